@@ -1,0 +1,62 @@
+// Writes the tokens of a block as one deflate block (RFC 1951, section 3.2) of the kind that takes
+// the fewest bits.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "Compression/BitWriter.h"
+#include "Compression/BlockReplay.h"
+#include "Compression/DeflateFormat.h"
+#include "Compression/DynamicHeader.h"
+#include "Compression/HuffmanCodeTable.h"
+#include "Compression/TokenBuffer.h"
+
+enum class FinalBlock { kNo, kYes };
+
+class BlockWriter {
+ public:
+  // Writes through `writer`, which must outlive this object.
+  explicit BlockWriter(BitWriter& writer);
+
+  // The next block's first byte stands at `position` of `window`, which is copied.
+  void BeginBlock(const uint8_t* window, int32_t position) {
+    replay_.TakeSnapshot(window, position);
+  }
+
+  // Writes the tokens, some of which may be rewritten on the way. False: the stream refused bytes.
+  [[nodiscard]] bool WriteBlock(TokenBuffer& tokens, FinalBlock final);
+
+  // For statistics: blocks written, and the estimated bits of the dynamic headers considered.
+  uint64_t BlockCount() const { return blockCount_; }
+  uint64_t HeaderBits() const { return headerBits_; }
+
+ private:
+  // A pair of codes, of which `header` declares the dynamic one.
+  struct Codes {
+    const HuffmanCodeTable& literals;
+    const HuffmanCodeTable& distances;
+    const DynamicHeader* header;  // null for the fixed pair
+  };
+
+  void CountAndBuild(TokenBuffer& tokens);
+  DeflateBlockType ChooseBlockType(TokenBuffer& tokens);
+  [[nodiscard]] bool WriteHuffmanBlock(TokenBuffer& tokens, const Codes& codes);
+  [[nodiscard]] bool WriteToken(const Token& token, const Codes& codes);
+  [[nodiscard]] bool WriteSymbol(const HuffmanCode& code) {
+    return writer_.WriteBits(code.bits, code.length);
+  }
+  [[nodiscard]] bool ConvertShortMatches(TokenBuffer& tokens, const Codes& codes);
+  [[nodiscard]] bool WriteStoredBlock(TokenBuffer& tokens);
+  [[nodiscard]] bool WriteStoredSegment(int32_t size);
+
+  BitWriter& writer_;
+  BlockReplay replay_;
+  HuffmanCodeTable fixedLiterals_;
+  HuffmanCodeTable fixedDistances_;
+  HuffmanCodeTable literals_;
+  HuffmanCodeTable distances_;
+  DynamicHeader header_;
+  uint64_t blockCount_ = 0;
+  uint64_t headerBits_ = 0;
+};

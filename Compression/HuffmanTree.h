@@ -1,0 +1,85 @@
+// The tree behind a length-limited Huffman code (Huffman 1952, merged through a binary heap).
+//
+// Ties decide output bytes, and often: at one frequency the lower symbol merges first, and every
+// leaf before any inner node.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "Compression/DeflateFormat.h"
+
+class HuffmanTree {
+ public:
+  static constexpr int32_t kMaxSymbols = kLiteralLengthSymbols;  // the largest alphabet of deflate
+  static constexpr int32_t kNone = -1;
+
+  struct Node {
+    int32_t parent;
+    int32_t left;
+    int32_t right;
+    int32_t symbol;  // kNone: an inner node
+  };
+
+  // Builds the tree for the symbols with a frequency, of `symbolCount` in all, and stores the code
+  // length of every symbol, at most `maxLength`, in `lengths`; 0 for a symbol without a code. There
+  // are always two codes, or one when symbolCount is 1: a lone symbol is paired with its upper
+  // neighbour (the last one with its lower), and with no symbol at all the last one is taken.
+  // Requires: 1 <= symbolCount <= kMaxSymbols, symbolCount <= 2^maxLength, and frequencies whose
+  // sum fits in 32 bits.
+  void Build(const uint32_t* frequencies, int32_t symbolCount, int32_t maxLength, uint8_t* lengths);
+
+  int32_t Root() const { return root_; }
+  const Node& operator[](int32_t index) const { return nodes_[index]; }
+
+ private:
+  struct Leaf {
+    uint32_t frequency;
+    int32_t symbol;
+    int32_t node;
+    bool operator<(const Leaf& other) const {
+      return frequency != other.frequency ? frequency < other.frequency : symbol < other.symbol;
+    }
+    bool operator==(const Leaf& other) const {
+      return frequency == other.frequency && symbol == other.symbol;
+    }
+  };
+
+  // A leaf with its code length, ordered by the length alone.
+  struct LeafLength {
+    uint16_t leaf;
+    uint8_t length;
+    bool operator<(const LeafLength& other) const { return length < other.length; }
+    bool operator==(const LeafLength& other) const { return length == other.length; }
+  };
+
+  struct HeapRecord {
+    uint32_t frequency;
+    uint32_t tieKey;
+    int32_t node;
+    bool operator<(const HeapRecord& other) const {
+      return frequency != other.frequency ? frequency < other.frequency : tieKey < other.tieKey;
+    }
+  };
+
+  void TakeLeaves(const uint32_t* frequencies, int32_t symbolCount);
+  void MergeAll();
+  void Push(const HeapRecord& record);
+  HeapRecord Pop();
+  int32_t Depth(int32_t node) const;
+  void FillByLength();
+  void LimitLengths(int32_t maxLength);
+  int32_t Unhook(int32_t leaf);
+  void Replace(int32_t old, int32_t replacement);
+  void SortedAgain();
+  int32_t NodeOf(const LeafLength& record) const { return leaves_[record.leaf].node; }
+
+  std::array<Node, 2 * kMaxSymbols> nodes_;
+  int32_t nodeCount_ = 0;
+  int32_t root_ = kNone;
+  std::array<Leaf, kMaxSymbols> leaves_;
+  int32_t leafCount_ = 0;
+  std::array<LeafLength, kMaxSymbols> byLength_;
+  std::array<HeapRecord, kMaxSymbols> heap_;
+  int32_t heapSize_ = 0;
+};
