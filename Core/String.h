@@ -21,17 +21,22 @@ class String {
 
   // Takes the text from `begin` up to `end`, or up to the terminating zero when `end` is null,
   // decoded under `codePage` (0: the default; Core/CharacterSets.h). Null or an empty range gives
-  // the empty string. False: no memory; the string is empty.
-  bool Assign(uint32_t codePage, const char* begin, const char* end);
+  // the empty string. False: no memory, or 2^31 bytes and more; the string is empty.
+  // Requires: the text is not this string's own rendering.
+  [[nodiscard]] bool Assign(uint32_t codePage, const char* begin, const char* end);
 
   bool IsEmpty() const;
+
+  // Makes the rendering that ToNarrow hands out, so that ToNarrow cannot fail as long as the string
+  // is unchanged. False: no memory for it.
+  [[nodiscard]] bool PrepareNarrow() const;
 
   // Zero-terminated bytes under the default code page, valid while the string is unchanged. Without
   // memory for the rendering: an empty byte string.
   const char* ToNarrow() const;
 
   // Becomes the text that vsnprintf makes of `format`, cut at 15,999 bytes. False: no memory.
-  bool Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  [[nodiscard]] bool Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
   // HashBytes over the code points, kept in the block once computed.
   uint32_t Hash() const;
@@ -41,6 +46,9 @@ class String {
 
  private:
   struct Block;
+
+  // Adds one reference to each block there is.
+  void Share() const;
 
   Block* text_ = nullptr;            // code points
   mutable Block* narrow_ = nullptr;  // renders text_, or null
