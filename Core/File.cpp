@@ -1,0 +1,145 @@
+#include "Core/File.h"
+
+#include <fcntl.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+namespace Core {
+
+namespace {
+
+constexpr mode_t kNewFilePermissions = 0600;
+
+// The flags of open() that make and empty files.
+int CreationFlags(uint32_t mode) {
+  const bool create = (mode & kModeCreate) != 0;
+  if ((mode & kModeTruncate) != 0) return create ? O_TRUNC | O_CREAT : O_TRUNC;
+  return create ? O_CREAT | O_EXCL : 0;
+}
+
+// Turns the result of read() or write() into that of a stream.
+bool Report(ssize_t result, uint32_t& done) {
+  if (result < 0) return false;
+  done = static_cast<uint32_t>(result);
+  return true;
+}
+
+}  // namespace
+
+File::File(const String& path, uint32_t mode, uint32_t /*share*/) { OpenDescriptor(path, mode); }
+
+File::File(const String& path, const char* modeString) {
+  uint32_t mode = 0;
+  uint32_t share = 0;
+  if (ParseMode(modeString, mode, share)) OpenDescriptor(path, mode);
+}
+
+File::~File() {
+  if ((caps_ & kOpen) != 0) close(Descriptor());
+}
+
+bool File::Open(const String& path, uint32_t mode, uint32_t /*share*/) {
+  if ((GetCaps() & kOpen) != 0 && !Close()) return false;
+  return OpenDescriptor(path, mode);
+}
+
+bool File::Open(const String& path, const char* modeString) {
+  uint32_t mode = 0;
+  uint32_t share = 0;
+  return ParseMode(modeString, mode, share) && Open(path, mode, share);
+}
+
+bool File::ParseMode(const char* modeString, uint32_t& mode, uint32_t& share) {
+  if (modeString == nullptr) return false;
+  mode = 0;
+  share = kShareAll;
+  for (; *modeString != '\0'; ++modeString) {
+    switch (*modeString) {
+      case 'r':
+        mode |= kModeRead;
+        break;
+      case 'w':
+        mode |= kModeWrite | kModeCreate | kModeTruncate;
+        break;
+      case 'a':
+        // Deliberate: readable too, unlike fopen's "a".
+        mode |= kModeRead | kModeWrite | kModeCreate | kModeAppend;
+        break;
+      case '+':
+        if ((mode & kModeAppend) != 0) mode &= ~uint32_t{kModeTruncate};
+        mode |= kModeRead | kModeWrite;
+        break;
+      case 'x':
+        mode &= ~uint32_t{kModeTruncate};
+        break;
+      default:
+        break;
+    }
+  }
+  return true;
+}
+
+bool File::Read(void* buffer, int32_t count, uint32_t& done) {
+  if (count < 0) return false;
+  return Report(read(Descriptor(), buffer, static_cast<std::size_t>(count)), done);
+}
+
+bool File::Write(const void* buffer, int32_t count, uint32_t& done) {
+  if ((caps_ & kAppend) == 0) return WriteHere(buffer, count, done);
+  const int64_t position = Tell();
+  const bool written = Seek(0, kFromEnd) && WriteHere(buffer, count, done);
+  Seek(position, kFromStart);
+  return written;
+}
+
+bool File::Close() { return (caps_ & kOpen) == 0 || close(Descriptor()) == 0; }
+
+bool File::Seek(int64_t offset, int32_t origin) {
+  int whence = SEEK_SET;
+  if (origin == kFromCurrent) whence = SEEK_CUR;
+  if (origin == kFromEnd) whence = SEEK_END;
+  return lseek64(Descriptor(), offset, whence) >= 0;
+}
+
+int64_t File::Tell() { return lseek64(Descriptor(), 0, SEEK_CUR); }
+
+bool File::Flush() { return (caps_ & kWritable) == 0 || fsync(Descriptor()) == 0; }
+
+bool File::Truncate() { return (caps_ & kWritable) == 0 || ftruncate64(Descriptor(), Tell()) == 0; }
+
+bool File::OpenDescriptor(const String& path, uint32_t mode) {
+  // Deliberate: the bits are added to those that stand, so a file that is opened again with other
+  // access still shows the access it had before.
+  int flags = O_RDONLY;
+  switch (mode & (kModeRead | kModeWrite)) {
+    case kModeRead:
+      caps_ |= kReadable;
+      break;
+    case kModeWrite:
+      caps_ |= kWritable;
+      flags = O_WRONLY;
+      break;
+    case kModeRead | kModeWrite:
+      caps_ |= kReadable | kWritable;
+      flags = O_RDWR;
+      break;
+    default:
+      return false;
+  }
+  const int descriptor = open64(path.ToNarrow(), flags | CreationFlags(mode), kNewFilePermissions);
+  if (descriptor < 0) {
+    caps_ = 0;
+    return false;
+  }
+  caps_ |= kOpen | kSeekable;
+  if ((mode & kModeAppend) != 0) caps_ |= kAppend;
+  handle_ = int64_t{descriptor} + 1;
+  return true;
+}
+
+bool File::WriteHere(const void* buffer, int32_t count, uint32_t& done) {
+  if (count < 0) return false;
+  return Report(write(Descriptor(), buffer, static_cast<std::size_t>(count)), done);
+}
+
+}  // namespace Core
