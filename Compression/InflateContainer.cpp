@@ -3,6 +3,7 @@
 #include "Compression/Adler32.h"
 #include "Compression/Crc32.h"
 #include "Core/Array.h"
+#include "Core/CharacterSets.h"
 #include "Core/Endian.h"
 
 namespace {
@@ -14,7 +15,6 @@ constexpr uint32_t kZlibCheckModulus = 31;
 constexpr uint8_t kZlibDictionaryFlag = 0x20;
 
 constexpr uint8_t kGzipMagic[2] = {0x1F, 0x8B};
-constexpr uint32_t kLatin1CodePage = 2;  // the character set of gzip's texts
 enum GzipFlag : uint8_t {
   kGzipHeaderCrc = 2,
   kGzipExtraField = 4,
@@ -51,7 +51,7 @@ class GzipFieldReader {
     return true;
   }
 
-  // Reads up to and including a zero byte.
+  // Reads up to and including a zero byte. RFC 1952 has names and comments in ISO 8859-1.
   bool ReadText(String& text) {
     ByteArray bytes;
     uint8_t byte = 0;
@@ -61,7 +61,7 @@ class GzipFieldReader {
       if (!bytes.Append(byte)) return false;
     }
     const char* begin = reinterpret_cast<const char*>(bytes.Data());
-    return text.Assign(kLatin1CodePage, begin, begin + bytes.Size());
+    return text.Assign(kCodePageLatin1, begin, begin + bytes.Size());
   }
 
  private:
