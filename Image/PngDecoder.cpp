@@ -1,0 +1,210 @@
+#include "Image/PngDecoder.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "Compression/Inflater.h"
+#include "Core/Array.h"
+#include "Core/Endian.h"
+#include "Core/MemoryStream.h"
+#include "Core/StreamIo.h"
+#include "Image/PngChunkReader.h"
+#include "Image/PngFormat.h"
+#include "Image/PngHeader.h"
+#include "Image/PngPixels.h"
+#include "Image/PngUnfilter.h"
+#include "Image/PrefixStream.h"
+
+namespace {
+
+// What the chunks of a file say, and the rules of their order and content.
+class ChunkContents {
+ public:
+  // Reads signature and chunks, through IEND.
+  [[nodiscard]] bool Read(Core::Stream& in);
+
+  const PngHeader& Header() const { return header_; }
+  const PngColors& Colors() const { return colors_; }
+  ByteArray& CompressedData() { return compressedData_; }
+
+ private:
+  enum class DataRun { kNone, kOpen, kEnded };  // the IDAT chunks must stand together
+
+  [[nodiscard]] bool ReadHeader(Core::Stream& in);
+  [[nodiscard]] bool BeginDataChunk();
+  [[nodiscard]] bool Interpret(const PngChunk& chunk, const ByteArray& data);
+  [[nodiscard]] bool InterpretPalette(const ByteArray& data);
+  [[nodiscard]] bool InterpretTransparency(const ByteArray& data);
+  [[nodiscard]] bool InterpretKey(const ByteArray& data, int32_t sampleCount);
+
+  PngHeader header_ = {};
+  PngColors colors_;
+  ByteArray compressedData_;  // of all IDAT chunks in their order
+  bool hasPalette_ = false;
+  DataRun dataRun_ = DataRun::kNone;
+};
+
+// A type without the one bit that must be clear. Deliberate: types are then compared in upper case,
+// so that TRNS is as good as tRNS; only whether an unknown chunk may be skipped depends on case.
+bool ReadKnownGenerationHeader(Core::Stream& in, PngChunk& chunk) {
+  return ReadChunkHeader(in, chunk) && (chunk.type & kChunkReservedBit) == 0;
+}
+
+bool ChunkContents::Read(Core::Stream& in) {
+  std::array<uint8_t, kPngSignature.size()> signature;
+  if (!ReadExactly(in, signature.data(), signature.size()) || signature != kPngSignature ||
+      !ReadHeader(in)) {
+    return false;
+  }
+  while (true) {
+    PngChunk chunk;
+    if (!ReadKnownGenerationHeader(in, chunk)) return false;
+    const uint32_t type = FoldedChunkType(chunk.type);
+    if (type == kChunkData) {
+      if (!BeginDataChunk() || !ReadChunkData(in, chunk, compressedData_)) return false;
+      continue;
+    }
+    ByteArray data;
+    if (!ReadChunkData(in, chunk, data)) return false;
+    if (type == kChunkEnd) return true;
+    if (!Interpret(chunk, data)) return false;
+  }
+}
+
+bool ChunkContents::ReadHeader(Core::Stream& in) {
+  PngChunk chunk;
+  ByteArray data;
+  return ReadKnownGenerationHeader(in, chunk) && FoldedChunkType(chunk.type) == kChunkHeader &&
+         ReadChunkData(in, chunk, data) && ParsePngHeader(data.Data(), data.Size(), header_);
+}
+
+bool ChunkContents::BeginDataChunk() {
+  if (dataRun_ == DataRun::kEnded || (header_.colorType == kPngIndexed && !hasPalette_)) {
+    return false;
+  }
+  dataRun_ = DataRun::kOpen;
+  return true;
+}
+
+// Any chunk but IHDR, IDAT and IEND.
+bool ChunkContents::Interpret(const PngChunk& chunk, const ByteArray& data) {
+  const uint32_t type = FoldedChunkType(chunk.type);
+  if (type == kChunkPalette) return InterpretPalette(data);
+  if (dataRun_ == DataRun::kOpen) dataRun_ = DataRun::kEnded;
+  // Deliberate: tRNS may also follow the image data, and a later one overrides an earlier one; it
+  // applies all the same, as pixels are made last.
+  if (type == FoldedChunkType(kChunkTransparency)) return InterpretTransparency(data);
+  return (chunk.type & kChunkAncillaryBit) != 0;
+}
+
+bool ChunkContents::InterpretPalette(const ByteArray& data) {
+  constexpr int32_t kEntrySize = 3;
+  if (hasPalette_ || dataRun_ != DataRun::kNone || header_.colorType == kPngGrey ||
+      header_.colorType == kPngGreyAlpha || data.Size() % kEntrySize != 0) {
+    return false;
+  }
+  hasPalette_ = true;
+  colors_.paletteCount = data.Size() / kEntrySize;
+  for (int32_t i = 0; i < std::min(colors_.paletteCount, PngColors::kPaletteSize); ++i) {
+    const uint8_t* entry = data.Data() + i * kEntrySize;
+    colors_.palette[i] = PackPixel(entry[0], entry[1], entry[2], 255);
+  }
+  return true;
+}
+
+bool ChunkContents::InterpretTransparency(const ByteArray& data) {
+  switch (header_.colorType) {
+    case kPngGrey:
+      return InterpretKey(data, 1);
+    case kPngTruecolor:
+      return InterpretKey(data, 3);
+    case kPngIndexed:
+      if (data.Size() > colors_.paletteCount) return false;
+      for (int32_t i = 0; i < std::min(data.Size(), PngColors::kPaletteSize); ++i) {
+        colors_.palette[i] = (colors_.palette[i] & kColorMask) | Pixel{data[i]} << 24;
+      }
+      return true;
+    default:  // Deliberate: images with an alpha of their own are refused, not read without tRNS
+      return false;
+  }
+}
+
+bool ChunkContents::InterpretKey(const ByteArray& data, int32_t sampleCount) {
+  constexpr int32_t kSampleSize = 2;
+  if (data.Size() < sampleCount * kSampleSize) return false;
+  for (int32_t i = 0; i < sampleCount; ++i) {
+    colors_.key[i] = LoadBig16(data.Data() + i * kSampleSize);
+  }
+  colors_.hasKey = true;
+  return true;
+}
+
+// Decompresses into `imageData` as much as the image needs. The whole stream is read, and its
+// checksum tested, even so.
+bool InflateImageData(const ByteArray& compressedData, PrefixStream& imageData) {
+  Core::MemoryStream source(compressedData.Data(), static_cast<uint32_t>(compressedData.Size()));
+  Inflater inflater(&source, &imageData);
+  return inflater.SetFormat(kZlib) && inflater.Run(Inflater::kUnlimited);
+}
+
+// Decodes the rows of one pass, beginning at `next`, which moves on behind them. Rows are restored
+// in place, so that each finds the restored one before it there.
+bool DecodePass(const ChunkContents& contents, const PngPass& pass, const ByteArray& zeroRow,
+                uint8_t*& next, Bitmap& bitmap) {
+  const PngHeader& header = contents.Header();
+  const int32_t passWidth = header.PassWidth(pass);
+  const int32_t passHeight = passWidth > 0 ? header.PassHeight(pass) : 0;
+  const int32_t rowSize = static_cast<int32_t>(header.RowSize(passWidth));
+  const uint8_t* previous = zeroRow.Data();
+  for (int32_t y = 0; y < passHeight; ++y) {
+    const uint8_t filter = *next++;
+    if (!UnfilterPngRow(filter, next, previous, rowSize, header.UnitSize())) return false;
+    Pixel* row = bitmap.Row(pass.yStart + y * pass.yStep) + pass.xStart;
+    ConvertPngRow(header, contents.Colors(), next, passWidth, row, pass.xStep);
+    previous = next;
+    next += rowSize;
+  }
+  return true;
+}
+
+// Requires: `imageData` holds header.ImageDataSize() bytes.
+bool DecodePasses(const ChunkContents& contents, ByteArray& imageData, Bitmap& bitmap) {
+  const PngHeader& header = contents.Header();
+  ByteArray zeroRow;
+  if (!bitmap.Resize(header.width, header.height) ||
+      !zeroRow.SetSize(static_cast<int32_t>(header.RowSize(header.width)))) {
+    return false;
+  }
+  bitmap.Fill(Color(0, 0, 0, 0));
+  std::fill(zeroRow.begin(), zeroRow.end(), uint8_t{0});
+  uint8_t* next = imageData.Data();
+  for (const PngPass& pass : header.Passes()) {
+    if (!DecodePass(contents, pass, zeroRow, next, bitmap)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool DecodePng(Core::Stream& in, Bitmap& bitmap) {
+  ChunkContents contents;
+  if (!bitmap.Resize(0, 0) || !contents.Read(in)) return false;
+  const int64_t needed = contents.Header().ImageDataSize();
+  if (needed > std::numeric_limits<int32_t>::max()) return false;
+  PrefixStream imageData(static_cast<int32_t>(needed));
+  if (!InflateImageData(contents.CompressedData(), imageData) ||
+      imageData.Bytes().Size() < needed) {
+    return false;
+  }
+  contents.CompressedData().Free();
+  // Without pixels there is nothing to keep: the bitmap stays 0 x 0, as a table of two thousand
+  // million empty rows would serve nobody.
+  return needed == 0 || DecodePasses(contents, imageData.Bytes(), bitmap);
+}
+
+bool LoadPng(Core::Stream& in, Bitmap& bitmap) {
+  if (DecodePng(in, bitmap)) return true;
+  static_cast<void>(bitmap.Resize(0, 0));  // giving memory back does not fail
+  return false;
+}

@@ -1,0 +1,30 @@
+// Turns the samples of a PNG row into pixels.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "Image/Color.h"
+#include "Image/PngHeader.h"
+
+// What PLTE and tRNS say about the colours of an image.
+struct PngColors {
+  static constexpr int32_t kPaletteSize = 256;
+
+  // Deliberate: transparent black wherever the file gives no entry, so that an index past its
+  // palette is a pixel to repair and no fault.
+  std::array<Pixel, kPaletteSize> palette = {};
+
+  // The entries that the file gave. May exceed kPaletteSize: the surplus is not kept.
+  int32_t paletteCount = 0;
+
+  // The colour, in full samples, whose pixels are transparent: red, green and blue, or grey first.
+  bool hasKey = false;
+  std::array<uint16_t, 3> key = {};
+};
+
+// Writes the `count` pixels that the restored row data `samples` holds to `pixels`, `step` places
+// apart. 16-bit samples keep their upper byte; a key is compared with all 16 bits.
+// Requires: header.RowSize(count) bytes at `samples`.
+void ConvertPngRow(const PngHeader& header, const PngColors& colors, const uint8_t* samples,
+                   int32_t count, Pixel* pixels, int32_t step);
