@@ -1,0 +1,34 @@
+#include "Core/Array.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+TEST(Array, GrowsByHalfAndKeepsItsElements) {
+  Array<int32_t> array;
+  std::vector<int32_t> capacities;
+  for (int32_t i = 0; i < 100; ++i) {
+    ASSERT_TRUE(array.Append(i));
+    if (capacities.empty() || capacities.back() != array.Capacity()) {
+      capacities.push_back(array.Capacity());
+    }
+  }
+  EXPECT_EQ(capacities, (std::vector<int32_t>{1, 2, 3, 4, 6, 9, 13, 19, 28, 42, 63, 94, 141}));
+  for (int32_t i = 0; i < array.Size(); ++i) EXPECT_EQ(array[i], i);
+  EXPECT_EQ(GrownCapacity(INT32_MAX - 1, INT32_MAX), INT32_MAX);
+  ASSERT_TRUE(array.SetCapacity(3));
+  Array<int32_t> copy;
+  ASSERT_TRUE(copy.Assign(array) && copy.AppendAll(array.Data() + 1, 2) && copy.SetSize(5));
+  EXPECT_EQ(std::vector<int32_t>(copy.begin(), copy.end()), (std::vector<int32_t>{0, 1, 2, 1, 2}));
+}
+
+TEST(Array, IsEmptyAfterARequestThatCannotBeMet) {
+  struct Huge {
+    char bytes[1 << 24];  // 2^31 of them exceed any address space
+  };
+  Array<Huge> array;
+  ASSERT_TRUE(array.SetSize(1));
+  for (int tries = 0; tries < 2; ++tries) EXPECT_FALSE(array.SetCapacity(INT32_MAX));
+  EXPECT_TRUE(array.IsEmpty() && array.Data() == nullptr && !array.SetSize(1));
+  EXPECT_TRUE(array.SetCapacity(0) && array.SetSize(1));
+}
