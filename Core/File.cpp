@@ -62,7 +62,8 @@ bool File::ParseMode(const char* modeString, uint32_t& mode, uint32_t& share) {
         mode |= kModeWrite | kModeCreate | kModeTruncate;
         break;
       case 'a':
-        // Deliberate: readable too, unlike fopen's "a".
+        // Deliberate: unlike fopen's "a" it reads too and, because it creates without truncating,
+        // takes a new file only.
         mode |= kModeRead | kModeWrite | kModeCreate | kModeAppend;
         break;
       case '+':

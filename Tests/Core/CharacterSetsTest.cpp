@@ -1,0 +1,136 @@
+#include "Core/CharacterSets.h"
+
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Text = std::vector<int32_t>;
+
+// Without a capacity: the one that counting gives. Nothing behind the capacity may be written.
+Text Decode(const std::string& bytes, uint32_t codePage, int32_t capacity = 0) {
+  const int32_t size = static_cast<int32_t>(bytes.size());
+  if (capacity == 0) capacity = DecodeText(bytes.data(), size, nullptr, 0, codePage);
+  Text text(capacity + 1, -7);
+  const int32_t count = DecodeText(bytes.data(), size, text.data(), capacity, codePage);
+  EXPECT_EQ(std::count(text.begin() + count, text.end(), -7), capacity + 1 - count);
+  return Text(text.begin(), text.begin() + count);
+}
+
+std::string Encode(const Text& text, uint32_t codePage, int32_t capacity = 0) {
+  const int32_t length = static_cast<int32_t>(text.size());
+  if (capacity == 0) capacity = EncodeText(text.data(), length, nullptr, 0, codePage);
+  std::string bytes(capacity + 1, '#');
+  const int32_t size = EncodeText(text.data(), length, bytes.data(), capacity, codePage);
+  EXPECT_EQ(bytes.find_first_not_of('#', size), std::string::npos);
+  return bytes.substr(0, size);
+}
+
+// What the C library makes of `text`, or nothing if it does not convert.
+std::string Judge(const char* to, const char* from, const std::string& text) {
+  const iconv_t converter = iconv_open(to, from);
+  EXPECT_NE(converter, reinterpret_cast<iconv_t>(-1)) << to << " from " << from;
+  char* source = const_cast<char*>(text.data());
+  char target[16], *end = target;
+  std::size_t left = text.size(), room = sizeof target;
+  const bool good = iconv(converter, &source, &left, &end, &room) == 0;
+  iconv_close(converter);
+  return good ? std::string(target, end) : std::string();
+}
+
+std::string Utf32(int32_t codePoint) {
+  return std::string(reinterpret_cast<const char*>(&codePoint), sizeof codePoint);
+}
+
+TEST(CharacterSets, ByteSetsAgreeWithTheCLibraryOnEveryByteAndEveryCodePoint) {
+  const char* const names[] = {"ISO-8859-1", "ISO-8859-2", "CP1252", "CP1250"};
+  for (uint32_t codePage = 2; codePage <= 5; ++codePage) {
+    const char* const name = names[codePage - 2];
+    std::set<int32_t> pages;
+    for (int byte = 0; byte < 256; ++byte) {
+      const std::string source(1, static_cast<char>(byte));
+      const Text text = Decode(source, codePage);
+      const std::string expected = Judge("UTF-32LE", name, source);
+      ASSERT_EQ(Utf32(text.at(0)), expected.empty() ? Utf32('?') : expected) << name << byte;
+      pages.insert(text[0] >> 8);
+    }
+    for (int32_t codePoint = 0; codePoint < 0x10000; ++codePoint) {
+      std::string expected = Judge(name, "UTF-32LE", Utf32(codePoint));
+      if (expected.empty()) expected = pages.count(codePoint >> 8) > 0 ? "\xFF" : "?";
+      // The higher bits are ignored, the sign among them.
+      ASSERT_EQ(Encode({codePoint, codePoint | 0x10000, codePoint | INT32_MIN}, codePage),
+                expected + expected + expected)
+          << name << codePoint;
+    }
+  }
+}
+
+TEST(CharacterSets, Utf8DecodesUntilTheFirstFault) {
+  const struct {
+    const char* name;
+    std::string bytes;
+    Text text;
+  } rows[] = {{"two and three bytes", "f\xC3\xA9\xEF\xBF\xBF!", {'f', 0xE9, 0xFFFF, '!'}},
+              {"beyond the basic plane", "\xF0\x9F\x98\x80!", {'?', '!'}},
+              {"the largest value", "\xFD\xBF\xBF\xBF\xBF\xBF!", {'?', '!'}},
+              {"overlong forms, a surrogate", "\xC0\x80\xE0\x81\x81\xED\xA0\x80", {0, 'A', 0xD800}},
+              {"stray continuation", "ab\x80z", {'a', 'b'}},
+              {"no lead byte", "a\xFEz", {'a'}},
+              {"no lead byte either", "\xFFz", {}},
+              {"cut off", "a\xE2\x82", {'a'}},
+              {"broken continuation", "a\xE2\x82z\xC2\xA9", {'a'}},
+              {"a lead byte as continuation", "a\xC3\xC3\xA9", {'a'}}};
+  for (const auto& row : rows) EXPECT_EQ(Decode(row.bytes, 1), row.text) << row.name;
+}
+
+TEST(CharacterSets, Utf8EncodesTheBoundsOfEverySequenceLengthAndDecodesThemBack) {
+  const std::pair<int32_t, std::string> rows[] = {{0x7F, "\x7F"},
+                                                  {0x80, "\xC2\x80"},
+                                                  {0x7FF, "\xDF\xBF"},
+                                                  {0x800, "\xE0\xA0\x80"},
+                                                  {0xFFFF, "\xEF\xBF\xBF"},
+                                                  {0x10000, "\xF0\x90\x80\x80"},
+                                                  {0x1FFFFF, "\xF7\xBF\xBF\xBF"},
+                                                  {0x200000, "\xF8\x88\x80\x80\x80"},
+                                                  {0x3FFFFFF, "\xFB\xBF\xBF\xBF\xBF"},
+                                                  {0x4000000, "\xFC\x84\x80\x80\x80\x80"},
+                                                  {INT32_MAX, "\xFD\xBF\xBF\xBF\xBF\xBF"}};
+  for (const auto& [codePoint, bytes] : rows) {
+    EXPECT_EQ(Encode({-1, codePoint}, 1), bytes);
+    const char *position = bytes.data(), *const end = position + bytes.size();
+    EXPECT_EQ(DecodeUtf8Character(position, end), codePoint);
+    EXPECT_EQ(position, end);
+    EXPECT_EQ(DecodeUtf8Character(position, end), -1);
+  }
+}
+
+TEST(CharacterSets, KeepToTheCapacity) {
+  const Text text = {0xE9, 0x20AC, 'x', -5, 0x10000, 0x7FF, 'y'};
+  for (int32_t capacity = 1; capacity <= 14; ++capacity) {
+    std::string expected;  // a sequence that does not fit is skipped, a later one may fit
+    for (const int32_t codePoint : text) {
+      const std::string sequence = Encode({codePoint}, 1);
+      if (expected.size() + sequence.size() <= std::size_t(capacity)) expected += sequence;
+    }
+    EXPECT_EQ(Encode(text, 1, capacity), expected) << capacity;
+    for (const uint32_t codePage : {1, 2}) {
+      EXPECT_EQ(int32_t(Decode("wxyz", codePage, capacity).size()), std::min(capacity, 4));
+      EXPECT_EQ(int32_t(Encode({'a', 'b', 'c'}, codePage, capacity).size()), std::min(capacity, 3));
+    }
+  }
+}
+
+TEST(CharacterSets, TheDefaultIsUtf8UntilAnotherIsSelected) {
+  EXPECT_EQ(Encode({0x20AC}, 0), "\xE2\x82\xAC");
+  SelectCodePage(5);
+  SelectCodePage(0);  // the locale of this process has nothing to say
+  EXPECT_EQ(Encode({0x20AC}, 0), "\x80");
+  SelectCodePage(1);
+}
+
+}  // namespace

@@ -1,0 +1,92 @@
+#include "Core/String.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <string>
+
+#include "Compression/HashBytes.h"
+#include "Core/FatalExit.h"
+
+namespace {
+int allocations = 0;
+int allowedAllocations = INT32_MAX;
+}  // namespace
+
+// The operator behind the blocks of strings, which can be told to have no memory.
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return ++allocations > allowedAllocations ? nullptr : ::operator new[](size);
+}
+
+namespace {
+
+String Make(const char* text, uint32_t codePage = 0) {
+  String string;
+  EXPECT_TRUE(string.Assign(codePage, text, nullptr));
+  return string;
+}
+
+TEST(String, HoldsWhatDecodesAndRendersItAsUtf8) {
+  EXPECT_STREQ(Make("\xE9\x80", 4).ToNarrow(), "\xC3\xA9\xE2\x82\xAC");
+  EXPECT_STREQ(Make("ab\xFFz").ToNarrow(), "ab");
+  EXPECT_TRUE(Make("\x80z").IsEmpty() && *Make("\x80z").ToNarrow() == '\0');
+  const uint8_t words[] = {'a', 0, 0, 0, 0xAC, 0x20, 0, 0};
+  EXPECT_EQ(Make("a\xE2\x82\xAC").Hash(), HashBytes(words, sizeof words));
+}
+
+TEST(String, IsEmptyWithoutABlock) {
+  const char text[] = "abc";
+  String string = Make(text);
+  allocations = 0;
+  EXPECT_TRUE(string.Assign(0, text + 1, text + 1) && string.IsEmpty());
+  EXPECT_TRUE(string.Assign(0, nullptr, nullptr) && string.Format("%s", "") && string.IsEmpty());
+  EXPECT_STREQ(string.ToNarrow(), "");
+  EXPECT_EQ(string.Hash(), HashBytes(nullptr, 0));
+  EXPECT_EQ(allocations, 0);
+}
+
+TEST(String, CopiesShareTheirBlocks) {
+  String first = Make("shared"), second = first, third;
+  third = first;
+  const char* const rendering = second.ToNarrow();
+  allocations = 0;
+  second = first;  // the same text already: it keeps its rendering
+  third = second;  // the same again: it stays without one
+  String fourth = second;
+  EXPECT_TRUE(second.ToNarrow() == rendering && fourth.ToNarrow() == rendering);
+  EXPECT_EQ(allocations, 0);
+  EXPECT_NE(third.ToNarrow(), rendering);
+  first.Release();
+  second = Make("new");
+  EXPECT_STREQ(third.ToNarrow(), "shared");
+  EXPECT_STREQ(fourth.ToNarrow(), "shared");
+  EXPECT_STREQ(second.ToNarrow(), "new");
+}
+
+TEST(String, FormatCutsLongResults) {
+  for (const std::size_t size : {1, 15998, 15999, 16000, 40000}) {
+    String string;
+    ASSERT_TRUE(string.Format("%s%c", std::string(size - 1, 'x').c_str(), 'y'));
+    EXPECT_EQ(string.ToNarrow(), (std::string(size - 1, 'x') + 'y').substr(0, 15999));
+  }
+}
+
+TEST(String, SaysWhenThereIsNoMemory) {
+  String string;
+  allocations = 0;
+  allowedAllocations = 1;
+  EXPECT_TRUE(string.Assign(0, "text", nullptr));
+  EXPECT_TRUE(!string.PrepareNarrow() && *string.ToNarrow() == '\0');
+  allowedAllocations = INT32_MAX;
+  EXPECT_STREQ(string.ToNarrow(), "text");
+  allowedAllocations = 0;
+  EXPECT_TRUE(!string.Format("newer") && string.IsEmpty());
+  allowedAllocations = INT32_MAX;
+}
+
+TEST(FatalExitDeathTest, EndsSilentlyWithItsStatus) {
+  EXPECT_EXIT(FatalExit("message", 7), testing::ExitedWithCode(7), "^$");
+  EXPECT_EXIT(AssertionFailed("a == b", 5, "Core/Test"), testing::ExitedWithCode(1), "^$");
+}
+
+}  // namespace
