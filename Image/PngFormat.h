@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 
 constexpr std::array<uint8_t, 8> kPngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
@@ -53,6 +54,14 @@ enum PngFilter : uint8_t {
   kPngFilterAverage = 3,
   kPngFilterPaeth = 4,
 };
+
+// Pictures are written as 8-bit RGBA, a filter byte and four bytes a pixel in each row, from one
+// buffer. One whose data would not fit there cannot be written, and so is not read either: an
+// in-place run must not find out when the file is open for writing.
+constexpr int64_t RgbaRowSize(int64_t width) { return width * 4 + 1; }
+constexpr bool FitsRgbaBuffer(int64_t width, int64_t height) {
+  return height == 0 || RgbaRowSize(width) <= std::numeric_limits<int32_t>::max() / height;
+}
 
 // The pixels of one pass: every xStep-th of every yStep-th row.
 struct PngPass {

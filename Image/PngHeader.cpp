@@ -1,7 +1,6 @@
 #include "Image/PngHeader.h"
 
 #include <bit>
-#include <limits>
 
 #include "Core/Endian.h"
 
@@ -26,12 +25,6 @@ bool IsAllowedFormat(uint8_t colorType, uint8_t bitDepth) {
   }
 }
 
-// Every image is written as rows of a filter byte and four bytes a pixel, in one buffer.
-bool IsWritable(int64_t width, int64_t height) {
-  const int64_t rowSize = width * 4 + 1;
-  return height == 0 || rowSize <= std::numeric_limits<int32_t>::max() / height;
-}
-
 // How many of `size` pixels a pass takes that begins at `start` and takes every `step`-th.
 int32_t PassSize(int32_t size, int32_t start, int32_t step) {
   return size > start ? (size - start - 1) / step + 1 : 0;
@@ -49,7 +42,7 @@ bool ParsePngHeader(const uint8_t* data, int32_t length, PngHeader& header) {
   return width <= kPngMaxDimension && height <= kPngMaxDimension &&
          IsAllowedFormat(header.colorType, header.bitDepth) && compression == kDeflateCompression &&
          filterMethod == kAdaptiveFilters && header.interlace <= kPngAdam7 &&
-         IsWritable(width, height);
+         FitsRgbaBuffer(width, height);
 }
 
 int32_t PngHeader::Channels() const {
