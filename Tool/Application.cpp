@@ -82,7 +82,7 @@ int RunApplication(int argc, char** argv) {
     return kSuccess;  // Deliberate: a wrong command line is not a failure to the shell.
   }
   PrintBanner();
-  return RunTool();
+  return commandLine.lacksMemory ? kInputNotRead : RunTool();
 }
 
 int RunTool() {

@@ -3,21 +3,18 @@
 #include <cstdio>
 
 #include "Core/CharacterSets.h"
-#include "Core/FatalExit.h"
 
 constinit CommandLine commandLine;
 
 namespace {
 
-constexpr int kOutOfMemoryStatus = 1;
-
 // Takes `argument` as a file name, with its narrow form: made now, it cannot be missing later, when
-// an existing output that cannot be named would pass for one that does not exist.
+// an existing output that cannot be named would pass for one that does not exist. Without memory
+// for it no image can be read either, and that is what is said.
 void TakeName(String& name, const char* argument) {
-  if (!name.Assign(kCodePageDefault, argument, nullptr) || !name.PrepareNarrow()) {
-    std::fputs("out of memory\n", stderr);
-    FatalExit("No memory for a file name", kOutOfMemoryStatus);
-  }
+  if (name.Assign(kCodePageDefault, argument, nullptr) && name.PrepareNarrow()) return;
+  std::fprintf(stderr, "failed to read image %s!\n", argument);
+  commandLine.lacksMemory = true;
 }
 
 // Takes a group of switch letters. False: parsing ends here. The letters before have taken effect.
@@ -82,6 +79,7 @@ bool ParseArguments(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const char* const argument = argv[i];
     if (!(argument[0] == '-' ? ParseSwitches(argument) : ParseName(argument))) return false;
+    if (commandLine.lacksMemory) return true;
   }
   const char* const error = Complete();
   if (error != nullptr) std::fputs(error, stderr);

@@ -10,6 +10,9 @@ struct CommandLine {
   bool verbose = false;  // -v
   String input;          // file names, empty while not given
   String output;
+
+  // There was no memory for a name. The failure has been reported, the run is not to begin.
+  bool lacksMemory = false;
 };
 
 // What ParseArguments filled. Empty before main; main drops the names while the heap still serves.
