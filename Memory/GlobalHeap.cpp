@@ -1,8 +1,96 @@
 #include "Memory/GlobalHeap.h"
 
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
-// Stands in until the heap itself is here.
-void* HeapAllocate(std::size_t size, std::size_t) { return std::malloc(size); }
-void* ResizeOrAllocate(void*, std::size_t newSize, std::size_t) { return std::malloc(newSize); }
-void HeapFree(void* block) { std::free(block); }
+#include "Memory/Heap.h"
+
+namespace {
+
+constexpr std::size_t kDefaultAlignment = 16;
+
+// Ready before any static initialiser runs: operator new may be called from the first of them.
+constinit std::atomic<int32_t> activations = 0;
+
+struct ProcessHeap {
+  // First of all: the heap's mutex came from malloc and is deleted after this.
+  ~ProcessHeap() { activations.fetch_sub(1); }
+
+  Heap heap;
+};
+
+ProcessHeap process;
+
+// 16, or for smaller sizes the largest power of two within: an object's alignment divides its size.
+std::size_t DefaultAlignment(std::size_t size) {
+  return size >= kDefaultAlignment ? kDefaultAlignment : std::bit_floor(size);
+}
+
+void FreeUnlocked(void* block) {
+  if (!process.heap.FreeBlockUnlocked(block)) std::free(block);
+}
+
+}  // namespace
+
+Heap& GlobalHeap() { return process.heap; }
+
+void ActivateHeap() { activations.fetch_add(1); }
+
+bool IsHeapActive() { return activations.load() > 0; }
+
+void* HeapAllocate(std::size_t size, std::size_t alignment) {
+  return process.heap.AllocBlock(size, alignment);
+}
+
+void* ResizeOrAllocate(void* block, std::size_t newSize, std::size_t alignment) {
+  const MutexLock lock(process.heap.GetMutex());
+  if (process.heap.ResizeInPlaceUnlocked(block, newSize)) return block;
+  return process.heap.AllocBlockUnlocked(newSize, alignment);
+}
+
+void HeapFree(void* block) {
+  const MutexLock lock(process.heap.GetMutex());
+  FreeUnlocked(block);
+}
+
+void* HeapMalloc(std::size_t size) { return HeapAllocate(size, DefaultAlignment(size)); }
+
+void* HeapMallocAligned(std::size_t size, std::size_t alignment) {
+  return HeapAllocate(size, alignment);
+}
+
+void* HeapCalloc(std::size_t count, std::size_t size) {
+  const std::size_t total = count * size;
+  if (count != 0 && total / count != size) return nullptr;
+  void* block = HeapMalloc(total);
+  if (block != nullptr) std::memset(block, 0, total);
+  return block;
+}
+
+void* HeapRealloc(void* block, std::size_t size) {
+  Heap& heap = process.heap;
+  const MutexLock lock(heap.GetMutex());
+  // Deliberate: size 0 is outside the contract. Should it come, the block is freed like realloc
+  // often does; by the unlocked form, for the lock is held and not recursive.
+  if (size == 0) {
+    FreeUnlocked(block);
+    return nullptr;
+  }
+  if (heap.ResizeInPlaceUnlocked(block, size)) return block;
+  void* moved = heap.AllocBlockUnlocked(size, DefaultAlignment(size));
+  if (moved == nullptr) return nullptr;
+  const std::size_t kept = std::min<std::size_t>(size, heap.UsableSizeUnlocked(block));
+  if (kept > 0) std::memcpy(moved, block, kept);
+  FreeUnlocked(block);
+  return moved;
+}
+
+std::size_t HeapUsableSize(const void* block) { return process.heap.UsableSize(block); }
+
+void* HeapResize(void* block, std::size_t size) {
+  return process.heap.ResizeInPlace(block, size) ? block : nullptr;
+}

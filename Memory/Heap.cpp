@@ -1,0 +1,224 @@
+#include "Memory/Heap.h"
+
+#include <algorithm>
+
+#include "Memory/HeapBlock.h"
+#include "Memory/HeapBuckets.h"
+
+namespace {
+
+constexpr uint64_t kLeastSegment = 0x1100000;  // 17 MiB, so that mapping is rare
+// What a segment needs besides the request and its alignment: its own two ends, and the header of
+// the piece that is left over.
+constexpr uint64_t kSegmentSlack = kSegmentOverhead + kHeaderSize;
+
+uint64_t RoundUpToWord(uint64_t size) {
+  return (std::max(size, kWordSize) + kWordSize - 1) / kWordSize * kWordSize;
+}
+
+bool IsServable(uint64_t size, uint64_t alignment) {
+  return size <= Heap::kMaxSize && alignment <= Heap::kMaxAlignment;
+}
+
+}  // namespace
+
+Heap::Heap(const SegmentMapper& mapper) : freeLists_(stats_), segments_(mapper) {}
+
+void* Heap::AllocBlock(uint64_t size, uint64_t alignment) {
+  const MutexLock lock(mutex_);
+  return AllocBlockUnlocked(size, alignment);
+}
+
+bool Heap::FreeBlock(void* payload) {
+  const MutexLock lock(mutex_);
+  return FreeBlockUnlocked(payload);
+}
+
+bool Heap::ResizeInPlace(void* payload, uint64_t size) {
+  const MutexLock lock(mutex_);
+  return ResizeInPlaceUnlocked(payload, size);
+}
+
+uint64_t Heap::UsableSize(const void* payload) const {
+  const MutexLock lock(mutex_);
+  return UsableSizeUnlocked(payload);
+}
+
+bool Heap::AddSegment(uint64_t size, uint64_t alignment) {
+  const MutexLock lock(mutex_);
+  return IsServable(size, alignment) &&
+         MapSegment(RoundUpToWord(size), std::max(alignment, kWordSize));
+}
+
+void* Heap::AllocBlockUnlocked(uint64_t size, uint64_t alignment) {
+  if (!IsServable(size, alignment)) return nullptr;
+  ++stats_.allocCalls;
+  size = RoundUpToWord(size);
+  alignment = std::max(alignment, kWordSize);
+  const uint64_t needed = alignment == kWordSize ? size : size + alignment - 1;
+  for (;;) {
+    BlockHeader* block = FindFreeBlock(needed);
+    if (block != nullptr) {
+      freeLists_.Unlink(block);
+      stats_.peakBlockSize = std::max(stats_.peakBlockSize, size);
+      return Carve(block, size, alignment);
+    }
+    // The search looks only where every block fits. A new segment of a large request's very size
+    // may fall one bucket short; then another follows, which the system as a rule maps next to the
+    // first, and the two join.
+    if (!MapSegment(size, alignment)) return nullptr;
+  }
+}
+
+bool Heap::FreeBlockUnlocked(void* payload) {
+  if (payload == nullptr) return true;
+  if (segments_.Find(payload) == nullptr) return false;
+  BlockHeader* block = BlockOf(payload);
+  ++stats_.freeCalls;
+  --stats_.allocBlocks;
+  MarkFree(block);
+  stats_.allocSize -= PayloadSize(block);
+
+  if (block->previous != nullptr && !IsInUse(block->previous)) {
+    block = block->previous;
+    freeLists_.Unlink(block);
+    AbsorbNext(block);
+  }
+  if (!IsInUse(NextBlock(block))) {
+    freeLists_.Unlink(NextBlock(block));
+    AbsorbNext(block);
+  }
+  freeLists_.Link(block);
+  return true;
+}
+
+bool Heap::ResizeInPlaceUnlocked(void* payload, uint64_t size) {
+  if (payload == nullptr || size > kMaxSize || segments_.Find(payload) == nullptr) return false;
+  ++stats_.reallocCalls;
+  size = RoundUpToWord(size);
+  BlockHeader* block = BlockOf(payload);
+  if (size > PayloadSize(block)) {
+    BlockHeader* next = NextBlock(block);
+    if (IsInUse(next)) return false;
+    const uint64_t gain = kHeaderSize + PayloadSize(next);
+    if (PayloadSize(block) + gain < size) return false;
+    freeLists_.Unlink(next);
+    AbsorbNext(block);
+    CountInUse(gain);
+  }
+  const uint64_t before = PayloadSize(block);
+  Trim(block, size);
+  stats_.allocSize -= before - PayloadSize(block);
+  stats_.peakBlockSize = std::max(stats_.peakBlockSize, size);
+  ++stats_.reallocSucc;
+  return true;
+}
+
+uint64_t Heap::UsableSizeUnlocked(const void* payload) const {
+  return payload == nullptr || segments_.Find(payload) == nullptr ? 0
+                                                                  : PayloadSize(BlockOf(payload));
+}
+
+// A heap whose lock could not be created never gets memory, and so never serves without it.
+bool Heap::MapSegment(uint64_t size, uint64_t alignment) {
+  const uint64_t length = size + alignment + kSegmentSlack;
+  if (length < size || !mutex_.IsCreated()) return false;  // the sum may wrap
+  const Segment* segment = segments_.Map(std::max(length, kLeastSegment));
+  if (segment == nullptr) return false;
+  stats_.totalSize += segment->length;
+  freeLists_.Link(LayOutSegment(segment->base, segment->length));
+  JoinSegments();
+  return true;
+}
+
+void Heap::JoinSegments() {
+  HeapSegments::Seam seam;
+  while (segments_.JoinNeighbours(seam)) JoinBlocks(seam);
+}
+
+// The lower segment's sentinel becomes payload of the block before it.
+void Heap::JoinBlocks(const HeapSegments::Seam& seam) {
+  BlockHeader* last = LastBlock(seam.lower);
+  BlockHeader* first = HeaderAt(seam.upper);
+  if (IsInUse(last)) {
+    GrowPayload(last, kWordSize);
+    PointNextBack(last);
+    CountInUse(kWordSize);
+    return;
+  }
+  freeLists_.Unlink(last);
+  GrowPayload(last, kWordSize);
+  PointNextBack(last);
+  if (!IsInUse(first)) {
+    freeLists_.Unlink(first);
+    AbsorbNext(last);
+  }
+  freeLists_.Link(last);
+}
+
+BlockHeader* Heap::FindFreeBlock(uint64_t needed) {
+  const int index = freeLists_.FindBucket(CeilingBucket(needed));
+  if (index < 0) return nullptr;
+  const HeapFreeLists::Bucket& bucket = freeLists_.At(index);
+  if (needed <= kBucketBounds[index]) return bucket.LowEnd();
+  return WalkForBlock(bucket.head, needed);
+}
+
+// The last bucket's bound says nothing about a request above 1 GiB: takes the lowest block from the
+// list's first on, to the end of its segment, that is large enough.
+// Deliberate: the walk does not skip blocks in use, and when it finds nothing the search begins
+// anew on the same bucket, for ever. Requests above 1 GiB are therefore served only while no block
+// of 1 GiB is free, or when the first such block fits.
+BlockHeader* Heap::WalkForBlock(BlockHeader* head, uint64_t needed) {
+  for (;;) {
+    ++stats_.slowBucket;
+    for (BlockHeader* block = head; !IsSentinel(block); block = NextBlock(block)) {
+      if (PayloadSize(block) >= needed) return block;
+    }
+  }
+}
+
+// Makes an unlinked free block one in use, aligned and of `size` bytes, or 8 more.
+void* Heap::Carve(BlockHeader* block, uint64_t size, uint64_t alignment) {
+  ++stats_.allocBlocks;
+  block = Align(block, alignment);
+  Trim(block, size);
+  CountInUse(PayloadSize(block));
+  MarkInUse(block);
+  return Payload(block);
+}
+
+// Gives up the bytes before the aligned payload: to a free block of their own, or, where 8 bytes
+// have no room for a header, to the preceding block. There is one, for segments begin at multiples
+// of 16; and it is in use, or it would have merged.
+BlockHeader* Heap::Align(BlockHeader* block, uint64_t alignment) {
+  const uint64_t pad = PadBeforePayload(block, alignment);
+  if (pad == 0) return block;
+  BlockHeader* const previous = block->previous;
+  BlockHeader* moved = MoveHeaderUp(block, pad);
+  if (pad >= kHeaderSize) {
+    MakeLeadingBlock(block, pad, previous);
+    freeLists_.Link(block);
+  } else {
+    GrowPayload(previous, pad);
+    CountInUse(pad);
+  }
+  return moved;
+}
+
+// Cuts off what `size` bytes leave over; 8 bytes, too few for a header, stay.
+void Heap::Trim(BlockHeader* block, uint64_t size) {
+  if (PayloadSize(block) - size < kHeaderSize) return;
+  BlockHeader* tail = CutTail(block, size);
+  if (!IsInUse(NextBlock(tail))) {
+    freeLists_.Unlink(NextBlock(tail));
+    AbsorbNext(tail);
+  }
+  freeLists_.Link(tail);
+}
+
+void Heap::CountInUse(uint64_t bytes) {
+  stats_.allocSize += bytes;
+  stats_.peakAllocSize =
+      std::max(stats_.peakAllocSize, stats_.allocSize + kHeaderSize * stats_.allocBlocks);
+}

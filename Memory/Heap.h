@@ -1,0 +1,73 @@
+// The program's general-purpose allocator.
+//
+// Blocks with a header at each boundary (Memory/HeapBlock.h) fill the segments taken from the
+// system. Free blocks wait in buckets by size; neighbours merge as soon as both are free, so no two
+// free blocks ever lie side by side. Segments that lie back to back become one.
+//
+// Every operation holds the heap's one lock from start to end. The forms named Unlocked are for a
+// caller that holds GetMutex() already; with it held, only they may be called.
+#pragma once
+
+#include <cstdint>
+
+#include "Memory/HeapFreeLists.h"
+#include "Memory/HeapSegments.h"
+#include "Memory/HeapStats.h"
+#include "Memory/Mutex.h"
+
+class Heap {
+ public:
+  static constexpr uint64_t kMaxSize = 0xFFFFFFFFFFF00000;
+  static constexpr uint64_t kMaxAlignment = 0x100000;
+
+  explicit Heap(const SegmentMapper& mapper = kSystemMapper);
+
+  // A block of at least `size` bytes (0 counts as 8), aligned to `alignment` and at least to 8.
+  // Null: above kMaxSize or kMaxAlignment, no memory, or 256 segments and no fit.
+  // Requires: alignment is 0 or a power of two.
+  [[nodiscard]] void* AllocBlock(uint64_t size, uint64_t alignment);
+  [[nodiscard]] void* AllocBlockUnlocked(uint64_t size, uint64_t alignment);
+
+  // Frees a block; null is ignored. False: no segment of this heap holds `payload`, and nothing is
+  // done. Requires: otherwise it is a block in use, which nothing here checks.
+  [[nodiscard]] bool FreeBlock(void* payload);
+  [[nodiscard]] bool FreeBlockUnlocked(void* payload);
+
+  // Makes the block hold `size` bytes where it stands: by cutting its end off, or by taking in a
+  // free block behind it. False, the block unchanged: that cannot be done, `size` is above
+  // kMaxSize, or `payload` is null or in no segment.
+  [[nodiscard]] bool ResizeInPlace(void* payload, uint64_t size);
+  [[nodiscard]] bool ResizeInPlaceUnlocked(void* payload, uint64_t size);
+
+  // The bytes that the block holds, perhaps more than were asked for; 0 for null or a pointer in no
+  // segment.
+  [[nodiscard]] uint64_t UsableSize(const void* payload) const;
+  [[nodiscard]] uint64_t UsableSizeUnlocked(const void* payload) const;
+
+  // Maps a segment that has room for such a request. False: as for AllocBlock.
+  [[nodiscard]] bool AddSegment(uint64_t size, uint64_t alignment);
+
+  Mutex& GetMutex() const { return mutex_; }
+
+  // For callers that hold the lock.
+  HeapStats& Counters() { return stats_; }
+  const HeapStats& Counters() const { return stats_; }
+  const HeapFreeLists& FreeLists() const { return freeLists_; }
+  const HeapSegments& Segments() const { return segments_; }
+
+ private:
+  [[nodiscard]] bool MapSegment(uint64_t size, uint64_t alignment);
+  void JoinSegments();
+  void JoinBlocks(const HeapSegments::Seam& seam);
+  BlockHeader* FindFreeBlock(uint64_t needed);
+  BlockHeader* WalkForBlock(BlockHeader* head, uint64_t needed);
+  void* Carve(BlockHeader* block, uint64_t size, uint64_t alignment);
+  BlockHeader* Align(BlockHeader* block, uint64_t alignment);
+  void Trim(BlockHeader* block, uint64_t size);
+  void CountInUse(uint64_t bytes);
+
+  mutable Mutex mutex_;  // first, so that it outlives the rest
+  HeapStats stats_;
+  HeapFreeLists freeLists_;
+  HeapSegments segments_;
+};

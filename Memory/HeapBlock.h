@@ -1,0 +1,131 @@
+// The heap's blocks as they lie in memory. All arithmetic on header addresses is here.
+//
+//   segment   | header | payload | header | payload | ... | sentinel |
+//   header    | size word | previous block's header |                       16 bytes
+//   payload   | next free block | previous free block | ... |   while in a free list
+//
+// The size word counts the payload in words of 8 bytes; bit 63 is set while the block is in use.
+// The sentinel is one word of ones in the segment's last 8 bytes: it reads as a block in use, so
+// no free block ever merges with it, and it has no previous-block word.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+struct BlockHeader {
+  uint64_t sizeWord;
+  BlockHeader* previous;  // the physically preceding block; null for a segment's first
+};
+
+// A free block's place in its free list: null at the ends.
+struct FreeLinks {
+  BlockHeader* next;
+  BlockHeader* previous;
+};
+
+inline constexpr uint64_t kWordSize = 8;
+inline constexpr uint64_t kHeaderSize = 16;
+inline constexpr uint64_t kInUseBit = uint64_t{1} << 63;
+inline constexpr uint64_t kSentinel = ~uint64_t{0};
+inline constexpr uint64_t kSegmentOverhead = kHeaderSize + kWordSize;  // first header, sentinel
+
+static_assert(sizeof(BlockHeader) == kHeaderSize && sizeof(FreeLinks) == kHeaderSize);
+static_assert(offsetof(BlockHeader, sizeWord) == 0 && offsetof(BlockHeader, previous) == 8);
+
+inline bool IsSentinel(const BlockHeader* block) { return block->sizeWord == kSentinel; }
+inline bool IsInUse(const BlockHeader* block) { return (block->sizeWord & kInUseBit) != 0; }
+inline void MarkInUse(BlockHeader* block) { block->sizeWord |= kInUseBit; }
+inline void MarkFree(BlockHeader* block) { block->sizeWord &= ~kInUseBit; }
+
+// In bytes.
+inline uint64_t PayloadSize(const BlockHeader* block) {
+  return kWordSize * (block->sizeWord & ~kInUseBit);
+}
+
+// A smaller payload has no room for the links and waits outside the lists to be merged.
+inline bool HasRoomForLinks(const BlockHeader* block) {
+  return PayloadSize(block) >= sizeof(FreeLinks);
+}
+
+inline BlockHeader* HeaderAt(uintptr_t address) { return reinterpret_cast<BlockHeader*>(address); }
+inline void* Payload(BlockHeader* block) { return block + 1; }
+inline const void* Payload(const BlockHeader* block) { return block + 1; }
+inline FreeLinks* Links(BlockHeader* block) { return reinterpret_cast<FreeLinks*>(block + 1); }
+inline BlockHeader* BlockOf(void* payload) { return static_cast<BlockHeader*>(payload) - 1; }
+inline const BlockHeader* BlockOf(const void* payload) {
+  return static_cast<const BlockHeader*>(payload) - 1;
+}
+
+// The physically following block, or the sentinel.
+inline BlockHeader* NextBlock(const BlockHeader* block) {
+  return HeaderAt(reinterpret_cast<uintptr_t>(block) + kHeaderSize + PayloadSize(block));
+}
+
+inline void PointNextBack(BlockHeader* block) {
+  BlockHeader* next = NextBlock(block);
+  if (!IsSentinel(next)) next->previous = block;
+}
+
+// Makes one free block and the sentinel of `length` bytes at `base`; returns the block.
+inline BlockHeader* LayOutSegment(uintptr_t base, uint64_t length) {
+  BlockHeader* block = HeaderAt(base);
+  block->sizeWord = (length - kSegmentOverhead) / kWordSize;
+  block->previous = nullptr;
+  NextBlock(block)->sizeWord = kSentinel;
+  return block;
+}
+
+// The last block before the sentinel of the segment at `base`.
+inline BlockHeader* LastBlock(uintptr_t base) {
+  BlockHeader* block = HeaderAt(base);
+  for (BlockHeader* next = NextBlock(block); !IsSentinel(next); next = NextBlock(next)) {
+    block = next;
+  }
+  return block;
+}
+
+// Adds `bytes`, a multiple of 8, that stand behind the payload and belong to no other block.
+inline void GrowPayload(BlockHeader* block, uint64_t bytes) {
+  block->sizeWord += bytes / kWordSize;
+}
+
+// Makes the following block, header and payload, part of `block`. Requires: not the sentinel.
+inline void AbsorbNext(BlockHeader* block) {
+  GrowPayload(block, kHeaderSize + PayloadSize(NextBlock(block)));
+  PointNextBack(block);
+}
+
+// Cuts `block` behind its first `bytes` of payload and returns the rest, a free block.
+// Requires: the payload is at least `bytes` + kHeaderSize.
+inline BlockHeader* CutTail(BlockHeader* block, uint64_t bytes) {
+  const uint64_t excess = PayloadSize(block) - bytes;
+  block->sizeWord -= excess / kWordSize;
+  BlockHeader* tail = NextBlock(block);
+  tail->sizeWord = (excess - kHeaderSize) / kWordSize;
+  tail->previous = block;
+  PointNextBack(tail);
+  return tail;
+}
+
+// The bytes between the payload and the next multiple of `alignment`, a power of two.
+inline uint64_t PadBeforePayload(const BlockHeader* block, uint64_t alignment) {
+  return -(reinterpret_cast<uintptr_t>(block) + kHeaderSize) & (alignment - 1);
+}
+
+// Moves the header of a free block up by `pad` bytes, a multiple of 8, taking them out of the
+// block; returns the moved header. The bytes given up belong to no block yet.
+inline BlockHeader* MoveHeaderUp(BlockHeader* block, uint64_t pad) {
+  const BlockHeader header = *block;  // the moved one may lie over half of it
+  BlockHeader* moved = HeaderAt(reinterpret_cast<uintptr_t>(block) + pad);
+  moved->sizeWord = header.sizeWord - pad / kWordSize;
+  moved->previous = header.previous;
+  PointNextBack(moved);
+  return moved;
+}
+
+// Makes the `bytes` at `block`, given up by the following block, a free block in front of it.
+inline void MakeLeadingBlock(BlockHeader* block, uint64_t bytes, BlockHeader* previous) {
+  block->sizeWord = (bytes - kHeaderSize) / kWordSize;
+  block->previous = previous;
+  PointNextBack(block);
+}

@@ -1,0 +1,72 @@
+#include "Memory/HeapSegments.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr uint64_t kLeastGranule = 0x10000;
+
+uint64_t RoundUpToGranule(uint64_t length) {
+  const uint64_t granule = std::max(static_cast<uint64_t>(sysconf(_SC_PAGESIZE)), kLeastGranule);
+  return (length + granule - 1) / granule * granule;
+}
+
+// Deliberate: heap memory is executable as well as writable. The tool runs no code from it; callers
+// of the general-purpose heap may.
+void* MapPages(std::size_t length) {
+  void* base =
+      mmap(nullptr, length, PROT_READ | PROT_WRITE | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return base == MAP_FAILED ? nullptr : base;
+}
+
+void UnmapPages(void* base, std::size_t length) { munmap(base, length); }
+
+}  // namespace
+
+constinit const SegmentMapper kSystemMapper = {MapPages, UnmapPages};
+
+HeapSegments::~HeapSegments() {
+  for (const Segment& segment : *this) {
+    mapper_.unmap(reinterpret_cast<void*>(segment.base), RoundUpToGranule(segment.length));
+  }
+}
+
+const Segment* HeapSegments::Map(uint64_t length) {
+  if (count_ == kMaxSegments) return nullptr;
+  length = RoundUpToGranule(length);
+  void* base = mapper_.map(length);
+  if (base == nullptr) return nullptr;
+  Segment& segment = table_[count_++];
+  segment = {reinterpret_cast<uintptr_t>(base), length};
+  return &segment;
+}
+
+const Segment* HeapSegments::Find(const void* address) const {
+  const uintptr_t wanted = reinterpret_cast<uintptr_t>(address);
+  for (const Segment& segment : *this) {
+    if (wanted - segment.base < segment.length) return &segment;
+  }
+  return nullptr;
+}
+
+bool HeapSegments::JoinNeighbours(Seam& seam) {
+  for (int index = 1; index < count_; ++index) {
+    const Segment segment = table_[index];
+    for (Segment* earlier = table_.data(); earlier != &table_[index]; ++earlier) {
+      if (earlier->End() != segment.base && earlier->base != segment.End()) continue;
+      seam = {std::min(earlier->base, segment.base), std::max(earlier->base, segment.base)};
+      *earlier = {seam.lower, earlier->length + segment.length};
+      Remove(index);
+      return true;
+    }
+  }
+  return false;
+}
+
+void HeapSegments::Remove(int index) {
+  std::copy(table_.begin() + index + 1, table_.begin() + count_, table_.begin() + index);
+  --count_;
+}

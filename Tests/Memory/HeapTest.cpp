@@ -1,0 +1,149 @@
+#include "Memory/Heap.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "Memory/HeapChecks.h"
+#include "Tests/Support/SegmentArena.h"
+
+namespace {
+
+// A heap that may have one segment.
+class HeapTest : public testing::Test {
+ protected:
+  ~HeapTest() override { EXPECT_TRUE(IsWhole()); }
+
+  void* Alloc(uint64_t size, uint64_t alignment = 8) { return heap_.AllocBlock(size, alignment); }
+  bool IsWhole() const { return CheckBlocks(heap_) && CheckBuckets(heap_); }
+  HeapStats Stats() const { return GetStats(StatsDetail::kWalked, heap_); }
+
+  const SegmentArena arena_{{0}};
+  Heap heap_{SegmentArena::Mapper()};
+};
+
+// Each block is filled with a byte of its own, so that an overlap shows.
+TEST(HeapModel, RandomUseKeepsEveryByteAndEveryInvariant) {
+  struct Block {
+    char* bytes;
+    uint64_t size;
+    char fill;
+    bool Stands(uint64_t kept) const {
+      return static_cast<uint64_t>(std::count(bytes, bytes + kept, fill)) == kept;
+    }
+  };
+  Heap heap;
+  std::mt19937 random(1);
+  std::vector<Block> blocks;
+  for (int step = 0; step < 20000; ++step) {
+    const unsigned action = step < 15000 ? random() % 8 : 4;
+    const uint64_t size = random() >> (12 + random() % 20);
+    if (blocks.empty() || (action < 4 && blocks.size() < 200)) {
+      const uint64_t alignment = uint64_t{1} << random() % 13;
+      char* bytes = static_cast<char*>(heap.AllocBlock(size, alignment));
+      ASSERT_EQ(reinterpret_cast<uintptr_t>(bytes) % std::max<uint64_t>(alignment, 8), 0u);
+      ASSERT_GE(heap.UsableSize(bytes), std::max<uint64_t>(size, 8));
+      blocks.push_back({bytes, size, static_cast<char>(step)});
+      std::fill_n(bytes, size, blocks.back().fill);
+    } else {
+      std::swap(blocks[random() % blocks.size()], blocks.back());
+      Block& block = blocks.back();
+      if (action < 6) {
+        ASSERT_TRUE(block.Stands(block.size) && heap.FreeBlock(block.bytes));
+        blocks.pop_back();
+      } else if (heap.ResizeInPlace(block.bytes, size)) {
+        ASSERT_TRUE(block.Stands(std::min(block.size, size)));
+        block.size = size;
+        std::fill_n(block.bytes, size, block.fill);
+      }
+    }
+    ASSERT_EQ(heap.Counters().allocBlocks, blocks.size());
+    ASSERT_TRUE(step % 16 != 0 || (CheckBlocks(heap) && CheckBuckets(heap))) << step;
+  }
+}
+
+TEST_F(HeapTest, RefusesWhatItCannotServe) {
+  EXPECT_TRUE(Alloc(Heap::kMaxSize + 1) == nullptr && Alloc(~uint64_t{0}) == nullptr);
+  EXPECT_EQ(Alloc(8, 2 * Heap::kMaxAlignment), nullptr);
+  EXPECT_FALSE(heap_.AddSegment(Heap::kMaxSize + 1, 8));
+  EXPECT_EQ(Stats().allocCalls, 0u);
+  EXPECT_EQ(Alloc(Heap::kMaxSize, Heap::kMaxAlignment), nullptr);  // the segment's length wraps
+  EXPECT_EQ(Stats().numSegments, 0u);
+  EXPECT_TRUE(heap_.AddSegment(0x2000001, 16));
+  EXPECT_EQ(SegmentArena::Mapped(), 0x2010000u);
+  EXPECT_EQ(Alloc(0x2010000), nullptr);  // no second segment
+}
+
+TEST_F(HeapTest, GivesEightBytesOfAlignmentToTheBlockBefore) {
+  char* first = static_cast<char*>(Alloc(0));
+  EXPECT_EQ(heap_.UsableSize(first), 8u);
+  EXPECT_EQ(Alloc(16, 16), first + 32);
+  EXPECT_EQ(heap_.UsableSize(first), 16u);
+}
+
+// What is left of 64 bytes: 8 bytes stay; 16 become a block that has no payload and is in no list.
+TEST_F(HeapTest, KeepsSliversOutsideTheLists) {
+  void* block = Alloc(64);
+  void* fence = Alloc(8);
+  for (const auto& [size, usable, listed] : std::vector<std::array<uint64_t, 3>>{
+           {56, 64, 1}, {48, 48, 1}, {40, 48, 1}, {24, 24, 2}, {64, 64, 1}, {48, 48, 1}}) {
+    ASSERT_TRUE(heap_.ResizeInPlace(block, size));
+    EXPECT_EQ(heap_.UsableSize(block), usable) << size;
+    EXPECT_EQ(Stats().freeBlocks, listed) << size;
+  }
+  EXPECT_TRUE(heap_.FreeBlock(fence) && heap_.FreeBlock(block));
+  EXPECT_EQ(Stats().freeSize, SegmentArena::kSlot - kSegmentOverhead);
+}
+
+TEST_F(HeapTest, PrefersTheLowerEndOfABucket) {
+  std::vector<void*> blocks;
+  for (int i = 0; i < 8; ++i) blocks.push_back(Alloc(100));
+  for (const size_t index : {4, 6, 2, 0}) EXPECT_TRUE(heap_.FreeBlock(blocks[index]));
+  for (const size_t index : {0, 2, 4, 6}) EXPECT_EQ(Alloc(100), blocks[index]);
+}
+
+TEST_F(HeapTest, ResizesInPlaceOnlyIntoAFreeSuccessor) {
+  void* block = Alloc(100);
+  void* next = Alloc(200);
+  void* fence = Alloc(8);
+  EXPECT_FALSE(heap_.ResizeInPlace(block, 112));
+  EXPECT_TRUE(heap_.FreeBlock(next));
+  EXPECT_FALSE(heap_.ResizeInPlace(block, 104 + 16 + 200 + 1));
+  EXPECT_EQ(heap_.UsableSize(block), 104u);
+  EXPECT_TRUE(heap_.ResizeInPlace(block, 104 + 16 + 200));
+  EXPECT_TRUE(heap_.ResizeInPlace(fence, heap_.UsableSize(fence) + 16 + Stats().maxFreeSize));
+  EXPECT_FALSE(heap_.ResizeInPlace(fence, Stats().maxAllocSize + 1));  // the sentinel follows
+  EXPECT_FALSE(heap_.ResizeInPlace(block, Heap::kMaxSize + 1));
+  EXPECT_FALSE(heap_.ResizeInPlace(nullptr, 8) || heap_.ResizeInPlace(&block, 8));
+}
+
+// Each damage is to one word of three blocks, the middle one free.
+TEST_F(HeapTest, ChecksFindDamage) {
+  uint64_t* words = static_cast<uint64_t*>(Alloc(64)) - 2;  // blocks begin at words 0, 10, 20
+  uint64_t* freed = static_cast<uint64_t*>(Alloc(64));
+  ASSERT_TRUE(Alloc(64) != nullptr && heap_.FreeBlock(freed));
+  const uint64_t self = reinterpret_cast<uint64_t>(words + 10);
+  const std::map<int, std::vector<uint64_t>> damages = {{0, {8, 18 | kInUseBit}},
+                                                        {10, {8 | kInUseBit, 1ull << 60}},
+                                                        {12, {self}},
+                                                        {13, {self}},
+                                                        {21, {0}}};
+  for (const auto& [index, values] : damages) {
+    for (const uint64_t value : values) {
+      const uint64_t before = std::exchange(words[index], value);
+      EXPECT_FALSE(IsWhole()) << index;
+      words[index] = before;
+    }
+  }
+  EXPECT_TRUE(IsBlock(words + 2, heap_) && IsBlock(freed, heap_));
+  EXPECT_FALSE(IsBlock(words, heap_) || IsBlock(&words, heap_) || IsBlock(nullptr, heap_));
+  const char* base = SegmentArena::Slot(0);
+  EXPECT_TRUE(IsInHeap(base, heap_) && IsInHeap(base + SegmentArena::kSlot - 1, heap_));
+  EXPECT_FALSE(IsInHeap(base - 1, heap_) || IsInHeap(base + SegmentArena::kSlot, heap_));
+}
+
+}  // namespace

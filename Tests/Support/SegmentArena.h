@@ -1,0 +1,43 @@
+// Segments for a heap under test, from one reserved range: the test names the slots that the heap
+// gets in turn, and so which segments lie back to back; when none is left, memory is refused.
+#pragma once
+
+#include <sys/mman.h>
+
+#include <deque>
+
+#include "Memory/HeapSegments.h"
+
+class SegmentArena {
+ public:
+  static constexpr std::size_t kSlot = 0x1100000;  // the least segment
+
+  explicit SegmentArena(const std::deque<int>& slots) {
+    base_ = static_cast<char*>(mmap(nullptr, kRange, PROT_READ | PROT_WRITE,
+                                    MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    slots_ = slots;
+    mapped_ = 0;
+  }
+  ~SegmentArena() { munmap(base_, kRange); }
+
+  static char* Slot(int index) { return base_ + static_cast<std::size_t>(index) * kSlot; }
+  static std::size_t Mapped() { return mapped_; }  // bytes taken and not given back
+
+  static constexpr SegmentMapper Mapper() { return {Map, Unmap}; }
+
+ private:
+  static constexpr std::size_t kRange = 520 * kSlot;  // only the touched pages cost memory
+
+  static void* Map(std::size_t length) {
+    if (slots_.empty()) return nullptr;
+    char* segment = Slot(slots_.front());
+    slots_.pop_front();
+    mapped_ += length;
+    return segment;
+  }
+  static void Unmap(void*, std::size_t length) { mapped_ -= length; }
+
+  static inline char* base_;
+  static inline std::deque<int> slots_;
+  static inline std::size_t mapped_;
+};
