@@ -4,6 +4,8 @@
 #include <cstdio>
 
 #include "Core/File.h"
+#include "Core/MemoryStream.h"
+#include "Core/StreamIo.h"
 #include "Image/Bitmap.h"
 #include "Image/PngDecoder.h"
 #include "Image/PngEncoder.h"
@@ -60,17 +62,34 @@ bool MayOverwrite() {
   return std::getc(stdin) == kAnswerYes;
 }
 
-// Deliberate: a target that could not be written whole is left as it stands; nothing is removed.
+ExitStatus FailToCreate() {
+  std::fprintf(stderr, "failed to create output file (%s)\n", commandLine.output.ToNarrow());
+  return kOutputNotCreated;
+}
+
+ExitStatus FailToWrite() {
+  std::fprintf(stderr, "failed to write output file (%s)\n", commandLine.output.ToNarrow());
+  return kOutputNotWritten;
+}
+
+// Whether the output could be opened, found out without touching a file that is there: it may be
+// the only copy of the picture.
+bool CanOpenOutput() {
+  Core::File existing(commandLine.output, Core::kModeWrite, Core::kShareAll);
+  if (IsOpen(existing)) return true;
+  Core::File made(commandLine.output, Core::kModeWrite | Core::kModeCreate, Core::kShareAll);
+  return IsOpen(made);
+}
+
+// Opening the output empties it, and compressing can take seconds or run out of memory. So the
+// whole file is made before: nothing but the writing itself can then cost an in-place picture.
+// Deliberate: an output that could not be written whole is left as it stands; nothing is removed.
 ExitStatus WriteOutput(const Bitmap& bitmap) {
+  Core::MemoryStream encoded;
+  if (!SavePng(encoded, bitmap)) return CanOpenOutput() ? FailToWrite() : FailToCreate();
   Core::File file(commandLine.output, kModeNewOutput, Core::kShareAll);
-  if (!IsOpen(file)) {
-    std::fprintf(stderr, "failed to create output file (%s)\n", commandLine.output.ToNarrow());
-    return kOutputNotCreated;
-  }
-  if (!SavePng(file, bitmap)) {
-    std::fprintf(stderr, "failed to write output file (%s)\n", commandLine.output.ToNarrow());
-    return kOutputNotWritten;
-  }
+  if (!IsOpen(file)) return FailToCreate();
+  if (!encoded.Seek(0, Core::kFromStart) || !CopyStream(file, encoded, -1)) return FailToWrite();
   return Succeed("success\n");
 }
 
