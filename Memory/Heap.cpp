@@ -164,18 +164,14 @@ BlockHeader* Heap::FindFreeBlock(uint64_t needed) {
   return WalkForBlock(bucket.head, needed);
 }
 
-// The last bucket's bound says nothing about a request above 1 GiB: takes the lowest block from the
-// list's first on, to the end of its segment, that is large enough.
-// Deliberate: the walk does not skip blocks in use, and when it finds nothing the search begins
-// anew on the same bucket, for ever. Requests above 1 GiB are therefore served only while no block
-// of 1 GiB is free, or when the first such block fits.
+// The last bucket's bound says nothing about a request above 1 GiB: takes the lowest free block from
+// the list's first on, to the end of its segment, that is large enough. Null: there is none.
 BlockHeader* Heap::WalkForBlock(BlockHeader* head, uint64_t needed) {
-  for (;;) {
-    ++stats_.slowBucket;
-    for (BlockHeader* block = head; !IsSentinel(block); block = NextBlock(block)) {
-      if (PayloadSize(block) >= needed) return block;
-    }
+  ++stats_.slowBucket;
+  for (BlockHeader* block = head; !IsSentinel(block); block = NextBlock(block)) {
+    if (!IsInUse(block) && PayloadSize(block) >= needed) return block;
   }
+  return nullptr;
 }
 
 // Makes an unlinked free block one in use, aligned and of `size` bytes, or 8 more.
