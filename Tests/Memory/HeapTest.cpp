@@ -66,6 +66,22 @@ TEST(HeapModel, RandomUseKeepsEveryByteAndEveryInvariant) {
   }
 }
 
+// Above 1 GiB the bucket says nothing about the size. The memory is never touched, only its
+// headers.
+TEST(HeapModel, RequestsAboveAGibibyteTakeFreeBlocksThatFit) {
+  constexpr uint64_t kMiB = 0x100000;
+  Heap heap;
+  char* small = static_cast<char*>(heap.AllocBlock(1100 * kMiB, 8));
+  char* large = static_cast<char*>(heap.AllocBlock(1500 * kMiB, 8));
+  ASSERT_TRUE(small != nullptr && large != nullptr && heap.FreeBlock(small));
+  char* fitting = static_cast<char*>(heap.AllocBlock(1090 * kMiB, 8));
+  ASSERT_TRUE(fitting != nullptr && heap.FreeBlock(fitting));
+  char* other = static_cast<char*>(heap.AllocBlock(1400 * kMiB, 8));
+  ASSERT_NE(other, nullptr);
+  EXPECT_TRUE(other + 1400 * kMiB <= large || large + 1500 * kMiB <= other);
+  EXPECT_TRUE(CheckBlocks(heap) && CheckBuckets(heap));
+}
+
 TEST_F(HeapTest, RefusesWhatItCannotServe) {
   EXPECT_TRUE(Alloc(Heap::kMaxSize + 1) == nullptr && Alloc(~uint64_t{0}) == nullptr);
   EXPECT_EQ(Alloc(8, 2 * Heap::kMaxAlignment), nullptr);
