@@ -2,7 +2,8 @@
 //
 // Blocks with a header at each boundary (Memory/HeapBlock.h) fill the segments taken from the
 // system. Free blocks wait in buckets by size; neighbours merge as soon as both are free, so no two
-// free blocks ever lie side by side. Segments that lie back to back become one.
+// free blocks ever lie side by side. Segments that lie back to back become one; all of them are
+// kept until the heap is destroyed.
 //
 // Every operation holds the heap's one lock from start to end. The forms named Unlocked are for a
 // caller that holds GetMutex() already; with it held, only they may be called.

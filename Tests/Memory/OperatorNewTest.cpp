@@ -18,13 +18,7 @@ void* (*volatile forms[])(std::size_t) = {
 
 void* fromBefore = nullptr;  // allocated before the heap was active
 
-TEST(OperatorNew, LeavesMemoryFromBeforeActivationToTheSystem) {
-  EXPECT_TRUE(IsHeapActive());
-  EXPECT_FALSE(IsInHeap(fromBefore));
-  ::operator delete(fromBefore);
-}
-
-TEST(OperatorNew, ServesEveryFormFromTheHeapOrReturnsNull) {
+TEST(OperatorNew, OnceActiveServesEveryFormFromTheHeap) {
   const uint64_t before = GetStats(StatsDetail::kCounters).allocBlocks;
   for (auto* volatile form : forms) {
     void* blocks[] = {form(0), form(24), form(1), form(100), form(3), form(8)};
@@ -40,6 +34,8 @@ TEST(OperatorNew, ServesEveryFormFromTheHeapOrReturnsNull) {
     EXPECT_EQ(form(SIZE_MAX / 2), nullptr);
     EXPECT_EQ(form(SIZE_MAX), nullptr);
   }
+  EXPECT_FALSE(IsInHeap(fromBefore));
+  ::operator delete(fromBefore);
   EXPECT_EQ(GetStats(StatsDetail::kCounters).allocBlocks, before);
 }
 
