@@ -164,14 +164,16 @@ BlockHeader* Heap::FindFreeBlock(uint64_t needed) {
   return WalkForBlock(bucket.head, needed);
 }
 
-// The last bucket's bound says nothing about a request above 1 GiB: takes the lowest free block from
-// the list's first on, to the end of its segment, that is large enough. Null: there is none.
+// The last bucket's bound says nothing about a request above 1 GiB: takes the lowest of the blocks
+// in its list that are large enough. Null: there is none.
 BlockHeader* Heap::WalkForBlock(BlockHeader* head, uint64_t needed) {
   ++stats_.slowBucket;
-  for (BlockHeader* block = head; !IsSentinel(block); block = NextBlock(block)) {
-    if (!IsInUse(block) && PayloadSize(block) >= needed) return block;
+  BlockHeader* lowest = nullptr;
+  for (BlockHeader* block = head; block != nullptr; block = Links(block)->next) {
+    if (PayloadSize(block) < needed) continue;
+    if (lowest == nullptr || block < lowest) lowest = block;
   }
-  return nullptr;
+  return lowest;
 }
 
 // Makes an unlinked free block one in use, aligned and of `size` bytes, or 8 more.
