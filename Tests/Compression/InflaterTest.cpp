@@ -81,13 +81,17 @@ Bytes Lengths(int literalCount, int distanceCount, const std::vector<std::pair<i
   return bits.Lengths({{16, 3}, {18, 127}, {18, 88}, {17, 7}, {17, 0}}).Lengths(runs).Append(kRest);
 }
 
-// 300 bytes of i * i * i / 5 % 6 as zlib 1.2.13 packs them at level 9, in a dynamic block.
-const Bytes kGolden = {0x78, 0xDA, 0xED, 0xC9, 0x37, 0x01, 0x00, 0x30, 0x10, 0x03, 0xB1, 0x73, 0xE3,
-                       0x4F, 0x39, 0xEB, 0x83, 0x88, 0x56, 0x81, 0x86, 0x64, 0x64, 0x47, 0x4E, 0xEA,
-                       0xB4, 0x4B, 0x37, 0x3A, 0xFE, 0x9E, 0x7D, 0xAE, 0xEB, 0x02, 0xEF};
+// 400 bytes of i * i / 6 % 17 as zlib 1.2.13 packs them at level 9, in a dynamic block.
+const Bytes kGolden = {0x78, 0xDA, 0xED, 0xCD, 0xD1, 0x11, 0xC3, 0x30, 0x08, 0x04, 0x51, 0x0C, 0xC2,
+                       0x9C, 0x38, 0x0C, 0xEA, 0xBF, 0x5A, 0x4F, 0x52, 0x41, 0x0A, 0xC8, 0xFE, 0xEF,
+                       0x3C, 0x11, 0xB9, 0x74, 0xDD, 0xC8, 0xE7, 0x58, 0x70, 0x0C, 0x6D, 0x7B, 0xBC,
+                       0x8C, 0x9A, 0xCA, 0xD5, 0x21, 0x74, 0xA9, 0xD0, 0x21, 0x5C, 0x4F, 0x17, 0x73,
+                       0x03, 0xD8, 0xC9, 0xEA, 0xA3, 0x0E, 0x8E, 0x46, 0x89, 0x53, 0xA2, 0xD7, 0xF7,
+                       0xB0, 0xF2, 0xD9, 0xD6, 0xB0, 0x61, 0xD8, 0x79, 0x12, 0xF7, 0xD2, 0x4B, 0x3E,
+                       0xFD, 0x95, 0x9F, 0x94, 0x17, 0x5D, 0x24, 0x0C, 0x1A};
 Bytes GoldenOutput() {
   Bytes output;
-  for (int i = 0; i < 300; ++i) output.push_back(i * i * i / 5 % 6);
+  for (int i = 0; i < 400; ++i) output.push_back(i * i / 6 % 17);
   return output;
 }
 
@@ -175,6 +179,17 @@ TEST(Inflater, NeedsItsStreams) {
   EXPECT_FALSE(Inflater(&input, &refusing).Run(Inflater::kUnlimited));
 }
 
+TEST(Inflater, StaysFailed) {
+  const Bytes bytes = Fixed().Fixed('a').Fixed(286);
+  PieceStream input(bytes, kWhole);
+  Inflater inflater(&input);
+  uint8_t byte = 0;
+  for (int32_t call = 0, got = -1; call < 2; ++call) {
+    EXPECT_FALSE(inflater.ReadOutput(&byte, 1, got));
+    EXPECT_EQ(got, 0) << "the failing step's bytes are dropped";
+  }
+}
+
 // The longest symbol there can be, at every distance from the end of the buffered input.
 TEST(Inflater, DecodesASymbolOf48Bits) {
   std::map<int, int> literals = {{256, 15}, {284, 15}};
@@ -183,9 +198,10 @@ TEST(Inflater, DecodesASymbolOf48Bits) {
   for (int lead = 0; lead < 64; ++lead) {
     BitAssembler bits = Bits().Dynamic(literals, distances).Number(0, lead);
     bits.Number(0x7FFF, 15).Number(31, 5).Number(0x7FFF, 15).Number(8191, 13).Code(0x7FFE, 15);
-    const Inflated result = Inflate(kRawDeflate, bits);
-    EXPECT_TRUE(result.succeeded) << lead;
-    EXPECT_EQ(result.output, Bytes(lead + 258)) << lead;
+    for (const std::size_t piece : {std::size_t{5}, kWhole}) {
+      const Inflated result = Inflate(kRawDeflate, bits, Inflater::kUnlimited, piece);
+      EXPECT_TRUE(result.succeeded && result.output == Bytes(lead + 258)) << lead;
+    }
   }
 }
 
@@ -202,7 +218,10 @@ struct LongStream {
         bits.Fixed(output.emplace_back(random()));
         const int length = token % 5 == 0 ? 258 : 3 + random() % 256;
         const int longest = std::min(32768, int(output.size()));
-        const int distance = token % 7 == 0 ? longest : 1 + random() % (longest >> random() % 9);
+        const int toWindowEnd = int(output.size() % 32768) + length + token % 5 - 2;
+        const int distance = token % 7 == 0   ? longest
+                             : token % 7 == 1 ? std::min(longest, toWindowEnd)
+                                              : 1 + random() % (longest >> random() % 9);
         bits.FixedMatch(length, distance);
         for (int i = 0; i < length; ++i) output.push_back(output.end()[-distance]);
       }
