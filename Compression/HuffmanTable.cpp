@@ -32,15 +32,32 @@ bool HuffmanTable::Build(const uint8_t* lengths, int32_t symbolCount) {
 }
 
 bool HuffmanTable::BuildDirect(const Code* codes, int32_t symbolCount) {
-  if (!direct_.SetSize(1 << maxLength_)) return false;
+  if (!direct_.SetSize(1 << std::min(maxLength_, kMaxDirectBits))) return false;
   std::fill(direct_.begin(), direct_.end(), DirectEntry{0, codes[0].length});
   for (int32_t symbol = 0; symbol < symbolCount; ++symbol) {
     const Code& code = codes[symbol];
+    lengths_[symbol] = code.length;
     if (code.length == 0) continue;
+    if (code.length > kMaxDirectBits) {
+      direct_[code.bits & (direct_.Size() - 1)] = DirectEntry{kLongCode, 0};
+      continue;
+    }
     const DirectEntry entry{static_cast<uint16_t>(symbol), code.length};
     for (int32_t i = code.bits; i < direct_.Size(); i += 1 << code.length) direct_[i] = entry;
   }
   return true;
+}
+
+// The bits begin with those that long codes begin with; where no code goes on as they do, the slot
+// is one of symbol 0, and as in the direct table that consumes the length of symbol 0's code.
+HuffmanTable::DirectEntry HuffmanTable::FindLong(uint32_t bits) const {
+  int16_t slot = LinkTo(0);
+  do {
+    const auto [offset, indexBits] = subtables_[LinkedSubtable(slot)];
+    slot = slots_[offset + static_cast<int32_t>(bits & ((uint32_t{1} << indexBits) - 1))];
+    bits >>= indexBits;
+  } while (slot < 0);
+  return {static_cast<uint16_t>(slot), lengths_[slot]};
 }
 
 bool HuffmanTable::BuildLevels(const Code* codes, int32_t symbolCount) {

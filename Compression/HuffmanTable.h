@@ -1,9 +1,10 @@
 // A prefix code in the two forms in which it is decoded.
 //
-// The direct table is indexed with as many bits as the longest code has and tells symbol and code
-// length at once; it wants that many bits in hand. The levels are for reading near the end of the
-// input: a tree of small tables, each of which takes the bits from one code length in use to the
-// next, so that a symbol never costs more bits than its code has.
+// The direct form wants as many bits in hand as the longest code has, and tells symbol and code
+// length at once, by one table for the codes of up to 10 bits. The levels are for reading near the
+// end of the input, and for the rare codes that are longer: a tree of small tables, each of which
+// takes the bits from one code length in use to the next, so that a symbol never costs more bits
+// than its code has. So a block of a few symbols with long codes costs no table of 2^15 entries.
 //
 // Deliberate: a bit pattern that no code begins with decodes as symbol 0, where most decoders fail.
 // Streams with incomplete codes are accepted, and what they decode to depends on it. The two forms
@@ -11,9 +12,11 @@
 // be nothing; the levels the bits that were read on the way.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "Compression/BitReader.h"
+#include "Compression/DeflateFormat.h"
 #include "Core/Array.h"
 
 class HuffmanTable {
@@ -34,7 +37,10 @@ class HuffmanTable {
   int32_t MaxLength() const { return maxLength_; }
 
   // The symbol that MaxLength() `bits` begin with.
-  DirectEntry Find(uint32_t bits) const { return direct_[static_cast<int32_t>(bits)]; }
+  DirectEntry Find(uint32_t bits) const {
+    const DirectEntry entry = direct_[static_cast<int32_t>(bits) & (direct_.Size() - 1)];
+    return entry.symbol == kLongCode ? FindLong(bits) : entry;
+  }
 
   // Reads one symbol through the levels. kNoSymbol: the input ended first; the levels that were
   // read stay consumed.
@@ -52,6 +58,10 @@ class HuffmanTable {
 
   struct Code;
 
+  static constexpr int32_t kMaxDirectBits = 10;
+  static constexpr uint16_t kLongCode = 0xFFF;  // in place of a symbol: ask the levels
+
+  DirectEntry FindLong(uint32_t bits) const;
   [[nodiscard]] bool BuildDirect(const Code* codes, int32_t symbolCount);
   [[nodiscard]] bool BuildLevels(const Code* codes, int32_t symbolCount);
   [[nodiscard]] bool InsertCode(const Code& code, int32_t symbol, const uint8_t* levelBits);
@@ -64,6 +74,7 @@ class HuffmanTable {
 
   Array<Subtable> subtables_;  // the first is the root
   Array<int16_t> slots_;
-  Array<DirectEntry> direct_;  // 2^maxLength_ entries
+  Array<DirectEntry> direct_;  // a power of two
   int32_t maxLength_ = 0;
+  std::array<uint8_t, kLiteralLengthSymbols> lengths_;  // code lengths, by symbol
 };
