@@ -6,39 +6,47 @@ fail() {
   exit 1
 }
 
-# install PACKAGE...: as root, or through sudo.
-install() {
-  command -v apt-get >/dev/null || fail "missing: $*. Please install it; this machine has no apt-get to do so."
-  local as_root=()
-  if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || fail "missing: $*. Please install it as root: apt-get install $*"
-    as_root=(sudo)
-  fi
-  echo "$(basename "$0"): installing $*" >&2
-  local log
-  log=$(mktemp)
-  if ! { "${as_root[@]}" apt-get update && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -y --no-install-recommends "$@"; } >"$log" 2>&1; then
-    tail -n 5 "$log" >&2
-    rm -f "$log"
-    fail "could not install: $*"
-  fi
-  rm -f "$log"
+# need_command COMMAND PACKAGE, need_header FILE PACKAGE: note the package if the thing is not there.
+missing=()
+need_command() {
+  command -v "$1" >/dev/null || missing+=("$2")
+}
+need_header() {
+  [ -e "/usr/include/$1" ] || [ -e "/usr/local/include/$1" ] ||
+    compgen -G "/usr/include/*/$1" >/dev/null || missing+=("$2")
 }
 
 # need_build_tools: a C++ compiler, make and CMake.
 need_build_tools() {
-  local missing=()
-  [ -n "${CXX:-}" ] || command -v c++ >/dev/null || missing+=(g++)
-  command -v make >/dev/null || missing+=(make)
-  command -v cmake >/dev/null || missing+=(cmake)
-  [ ${#missing[@]} -eq 0 ] || install "${missing[@]}"
+  [ -n "${CXX:-}" ] || need_command c++ g++
+  need_command make make
+  need_command cmake cmake
 }
 
-# need_header FILE PACKAGE: a library that the tests are built with.
-need_header() {
-  [ -e "/usr/include/$1" ] || [ -e "/usr/local/include/$1" ] ||
-    compgen -G "/usr/include/*/$1" >/dev/null || install "$2"
+# install_missing: all that was noted, in one go, as root or through sudo.
+install_missing() {
+  [ ${#missing[@]} -gt 0 ] || return 0
+  command -v apt-get >/dev/null ||
+    fail "missing: ${missing[*]}. Please install it; this machine has no apt-get to do so."
+  local by_hand="Please install it as root: apt-get install ${missing[*]}"
+  local as_root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || fail "missing: ${missing[*]}. $by_hand"
+    as_root=(sudo)
+  fi
+  echo "$(basename "$0"): installing ${missing[*]}" >&2
+  local log
+  log=$(mktemp)
+  # A new machine may still be busy with its first updates, hence the wait for the lock.
+  if ! { "${as_root[@]}" apt-get update && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get -o DPkg::Lock::Timeout=120 install -y --no-install-recommends "${missing[@]}"; } \
+    >"$log" 2>&1; then
+    tail -n 5 "$log" >&2
+    rm -f "$log"
+    fail "could not install: ${missing[*]}. $by_hand"
+  fi
+  rm -f "$log"
+  missing=()
 }
 
 # build PRESET [CMAKE_ARGUMENT...]: quiet unless something is wrong; then everything is shown.
