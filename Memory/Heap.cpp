@@ -53,6 +53,7 @@ bool Heap::AddSegment(uint64_t size, uint64_t alignment) {
 void* Heap::AllocBlockUnlocked(uint64_t size, uint64_t alignment) {
   if (!IsServable(size, alignment)) return nullptr;
   ++stats_.allocCalls;
+  const uint64_t asked = size;
   size = RoundUpToWord(size);
   alignment = std::max(alignment, kWordSize);
   const uint64_t needed = alignment == kWordSize ? size : size + alignment - 1;
@@ -61,7 +62,9 @@ void* Heap::AllocBlockUnlocked(uint64_t size, uint64_t alignment) {
     if (block != nullptr) {
       freeLists_.Unlink(block);
       stats_.peakBlockSize = std::max(stats_.peakBlockSize, size);
-      return Carve(block, size, alignment);
+      void* payload = Carve(block, size, alignment);
+      OpenBlock(payload, asked, size);
+      return payload;
     }
     // The search looks only where every block fits. A new segment of a large request's very size
     // may fall one bucket short; then another follows, which the system as a rule maps next to the
@@ -73,11 +76,13 @@ void* Heap::AllocBlockUnlocked(uint64_t size, uint64_t alignment) {
 bool Heap::FreeBlockUnlocked(void* payload) {
   if (payload == nullptr) return true;
   if (segments_.Find(payload) == nullptr) return false;
+  ExpectOpen(payload);
   BlockHeader* block = BlockOf(payload);
   ++stats_.freeCalls;
   --stats_.allocBlocks;
   MarkFree(block);
   stats_.allocSize -= PayloadSize(block);
+  PoisonBytes(payload, PayloadSize(block));
 
   if (block->previous != nullptr && !IsInUse(block->previous)) {
     block = block->previous;
@@ -94,7 +99,9 @@ bool Heap::FreeBlockUnlocked(void* payload) {
 
 bool Heap::ResizeInPlaceUnlocked(void* payload, uint64_t size) {
   if (payload == nullptr || size > kMaxSize || segments_.Find(payload) == nullptr) return false;
+  ExpectOpen(payload);
   ++stats_.reallocCalls;
+  const uint64_t asked = size;
   size = RoundUpToWord(size);
   BlockHeader* block = BlockOf(payload);
   if (size > PayloadSize(block)) {
@@ -107,6 +114,7 @@ bool Heap::ResizeInPlaceUnlocked(void* payload, uint64_t size) {
     CountInUse(gain);
   }
   const uint64_t before = PayloadSize(block);
+  OpenBlock(payload, asked, before);
   Trim(block, size);
   stats_.allocSize -= before - PayloadSize(block);
   stats_.peakBlockSize = std::max(stats_.peakBlockSize, size);
@@ -115,8 +123,11 @@ bool Heap::ResizeInPlaceUnlocked(void* payload, uint64_t size) {
 }
 
 uint64_t Heap::UsableSizeUnlocked(const void* payload) const {
-  return payload == nullptr || segments_.Find(payload) == nullptr ? 0
-                                                                  : PayloadSize(BlockOf(payload));
+  if (payload == nullptr || segments_.Find(payload) == nullptr) return 0;
+  ExpectOpen(payload);
+  const uint64_t size = PayloadSize(BlockOf(payload));
+  OpenBlock(payload, size, size);  // who asks may use them all
+  return size;
 }
 
 // A heap whose lock could not be created never gets memory, and so never serves without it.

@@ -12,15 +12,17 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Memory/HeapPoison.h"
+
 struct BlockHeader {
-  uint64_t sizeWord;
-  BlockHeader* previous;  // the physically preceding block; null for a segment's first
+  HeapWord<uint64_t> sizeWord;
+  HeapWord<BlockHeader*> previous;  // the physically preceding block; null for a segment's first
 };
 
 // A free block's place in its free list: null at the ends.
 struct FreeLinks {
-  BlockHeader* next;
-  BlockHeader* previous;
+  HeapWord<BlockHeader*> next;
+  HeapWord<BlockHeader*> previous;
 };
 
 inline constexpr uint64_t kWordSize = 8;
@@ -34,8 +36,8 @@ static_assert(offsetof(BlockHeader, sizeWord) == 0 && offsetof(BlockHeader, prev
 
 inline bool IsSentinel(const BlockHeader* block) { return block->sizeWord == kSentinel; }
 inline bool IsInUse(const BlockHeader* block) { return (block->sizeWord & kInUseBit) != 0; }
-inline void MarkInUse(BlockHeader* block) { block->sizeWord |= kInUseBit; }
-inline void MarkFree(BlockHeader* block) { block->sizeWord &= ~kInUseBit; }
+inline void MarkInUse(BlockHeader* block) { block->sizeWord = block->sizeWord | kInUseBit; }
+inline void MarkFree(BlockHeader* block) { block->sizeWord = block->sizeWord & ~kInUseBit; }
 
 // In bytes.
 inline uint64_t PayloadSize(const BlockHeader* block) {
@@ -86,7 +88,7 @@ inline BlockHeader* LastBlock(uintptr_t base) {
 
 // Adds `bytes`, a multiple of 8, that stand behind the payload and belong to no other block.
 inline void GrowPayload(BlockHeader* block, uint64_t bytes) {
-  block->sizeWord += bytes / kWordSize;
+  block->sizeWord = block->sizeWord + bytes / kWordSize;
 }
 
 // Makes the following block, header and payload, part of `block`. Requires: not the sentinel.
@@ -99,7 +101,7 @@ inline void AbsorbNext(BlockHeader* block) {
 // Requires: the payload is at least `bytes` + kHeaderSize.
 inline BlockHeader* CutTail(BlockHeader* block, uint64_t bytes) {
   const uint64_t excess = PayloadSize(block) - bytes;
-  block->sizeWord -= excess / kWordSize;
+  block->sizeWord = block->sizeWord - excess / kWordSize;
   BlockHeader* tail = NextBlock(block);
   tail->sizeWord = (excess - kHeaderSize) / kWordSize;
   tail->previous = block;

@@ -47,8 +47,8 @@ bool CheckSegment(const Segment& segment, BlockTotals& totals) {
 }
 
 // Follows a list in one of the two directions; stops soon in a list that is a ring.
-bool CheckList(BlockHeader* block, BlockHeader* last, BlockHeader* FreeLinks::*step, int bucket,
-               uint64_t count) {
+bool CheckList(BlockHeader* block, BlockHeader* last, HeapWord<BlockHeader*> FreeLinks::*step,
+               int bucket, uint64_t count) {
   BlockHeader* reached = nullptr;
   for (; block != nullptr && count > 0; --count) {
     if (IsInUse(block) || FloorBucket(PayloadSize(block)) != bucket) return false;

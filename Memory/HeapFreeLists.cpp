@@ -35,10 +35,16 @@ void HeapFreeLists::Unlink(BlockHeader* block) {
   Bucket& bucket = buckets_[index];
   if (--bucket.count == 0) bitmap_[index / kBitsPerWord] &= ~Bit(index);
   const FreeLinks links = *Links(block);
-  BlockHeader*& fromFront = links.previous == nullptr ? bucket.head : Links(links.previous)->next;
-  BlockHeader*& fromBack = links.next == nullptr ? bucket.tail : Links(links.next)->previous;
-  fromFront = links.next;
-  fromBack = links.previous;
+  if (links.previous == nullptr) {
+    bucket.head = links.next;
+  } else {
+    Links(links.previous)->next = links.next;
+  }
+  if (links.next == nullptr) {
+    bucket.tail = links.previous;
+  } else {
+    Links(links.next)->previous = links.previous;
+  }
 }
 
 int HeapFreeLists::FindBucket(int first) const {

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "Memory/HeapPoison.h"
+
 namespace {
 
 constexpr uint64_t kLeastGranule = 0x10000;
@@ -30,7 +32,9 @@ constinit const SegmentMapper kSystemMapper = {MapPages, UnmapPages};
 
 HeapSegments::~HeapSegments() {
   for (const Segment& segment : *this) {
-    mapper_.unmap(reinterpret_cast<void*>(segment.base), RoundUpToGranule(segment.length));
+    void* base = reinterpret_cast<void*>(segment.base);
+    UnpoisonBytes(base, segment.length);  // the addresses may come to serve others
+    mapper_.unmap(base, RoundUpToGranule(segment.length));
   }
 }
 
@@ -39,6 +43,7 @@ const Segment* HeapSegments::Map(uint64_t length) {
   length = RoundUpToGranule(length);
   void* base = mapper_.map(length);
   if (base == nullptr) return nullptr;
+  PoisonBytes(base, length);
   Segment& segment = table_[count_++];
   segment = {reinterpret_cast<uintptr_t>(base), length};
   return &segment;

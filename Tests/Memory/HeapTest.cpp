@@ -137,14 +137,14 @@ TEST_F(HeapTest, ResizesInPlaceOnlyIntoAFreeSuccessor) {
 
 // Damages each header word and link in turn; blocks begin at words 0, 10 (free) and 20.
 TEST_F(HeapTest, ChecksFindDamage) {
-  uint64_t* words = static_cast<uint64_t*>(Alloc(64)) - 2;
+  auto* words = static_cast<HeapWord<uint64_t>*>(Alloc(64)) - 2;
   uint64_t* freed = static_cast<uint64_t*>(Alloc(64));
   ASSERT_TRUE(Alloc(64) != nullptr && heap_.FreeBlock(freed));
   const uint64_t damage = reinterpret_cast<uint64_t>(words + 10);
   for (const int index : {0, 1, 10, 11, 12, 13, 20, 21}) {
-    words[index] ^= damage;
+    words[index] = words[index] ^ damage;
     EXPECT_FALSE(IsWhole()) << index;
-    words[index] ^= damage;
+    words[index] = words[index] ^ damage;
   }
   EXPECT_TRUE(IsBlock(words + 2, heap_) && IsBlock(freed, heap_));
   EXPECT_FALSE(IsBlock(words, heap_) || IsBlock(&words, heap_) || IsBlock(nullptr, heap_));
