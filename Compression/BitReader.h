@@ -48,6 +48,7 @@ class BitReader {
   static constexpr int32_t kMaxReadBits = 24;
 
   // `source` is borrowed; null is a stream without bytes.
+  // cppcheck-suppress uninitMemberVar ; the buffer is filled before it is read
   explicit BitReader(Core::Stream* source) : source_(source) {}
   BitReader(const BitReader&) = delete;
   BitReader& operator=(const BitReader&) = delete;

@@ -24,7 +24,7 @@ static_assert(kLengthIndex[3] == 0 && kLengthIndex[257] == 27 && kLengthIndex[25
 constexpr int32_t DistanceSymbol(int32_t distance) {
   const uint32_t offset = static_cast<uint32_t>(distance - 1);
   if (offset < 4) return static_cast<int32_t>(offset);
-  const int32_t highest = std::bit_width(offset) - 1;
+  const int32_t highest = static_cast<int32_t>(std::bit_width(offset)) - 1;
   return 2 * highest + static_cast<int32_t>(offset >> (highest - 1) & 1);
 }
 static_assert(DistanceSymbol(4) == 3 && DistanceSymbol(5) == 4 && DistanceSymbol(24576) == 28 &&

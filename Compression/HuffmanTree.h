@@ -74,7 +74,7 @@ class HuffmanTree {
   void SortedAgain();
   int32_t NodeOf(const LeafLength& record) const { return leaves_[record.leaf].node; }
 
-  std::array<Node, 2 * kMaxSymbols> nodes_;
+  std::array<Node, std::size_t{2} * kMaxSymbols> nodes_;
   int32_t nodeCount_ = 0;
   int32_t root_ = kNone;
   std::array<Leaf, kMaxSymbols> leaves_;

@@ -23,7 +23,7 @@ using DecodingTable = std::array<int16_t, kByteValues>;
 // (its page) and hold where in the same array the block of that page begins, or kNone. The entry
 // for bits 0-7 in that block holds the byte, or kNone.
 template <int kPages>
-using EncodingTable = std::array<int16_t, kByteValues*(1 + kPages)>;
+using EncodingTable = std::array<int16_t, kByteValues * std::size_t{1 + kPages}>;
 
 // The published mappings, where they differ from "a byte is its own code point".
 

@@ -51,6 +51,7 @@ constexpr std::size_t kFormatBufferSize = 16000;  // bytes, with the terminating
 
 String::String(const String& other) : text_(other.text_), narrow_(other.narrow_) { Share(); }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a string has the same text as itself
 String& String::operator=(const String& other) {
   if (text_ == other.text_) return *this;  // keeps the rendering that `other` may not have
   Release();

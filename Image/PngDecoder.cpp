@@ -107,7 +107,7 @@ bool ChunkContents::InterpretPalette(const ByteArray& data) {
   hasPalette_ = true;
   colors_.paletteCount = data.Size() / kEntrySize;
   for (int32_t i = 0; i < std::min(colors_.paletteCount, PngColors::kPaletteSize); ++i) {
-    const uint8_t* entry = data.Data() + i * kEntrySize;
+    const uint8_t* entry = data.Data() + int64_t{i} * kEntrySize;
     colors_.palette[i] = PackPixel(entry[0], entry[1], entry[2], 255);
   }
   return true;
@@ -134,7 +134,7 @@ bool ChunkContents::InterpretKey(const ByteArray& data, int32_t sampleCount) {
   constexpr int32_t kSampleSize = 2;
   if (data.Size() < sampleCount * kSampleSize) return false;
   for (int32_t i = 0; i < sampleCount; ++i) {
-    colors_.key[i] = LoadBig16(data.Data() + i * kSampleSize);
+    colors_.key[i] = LoadBig16(data.Data() + int64_t{i} * kSampleSize);
   }
   colors_.hasKey = true;
   return true;

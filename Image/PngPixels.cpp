@@ -20,10 +20,12 @@ void FillRow(const PixelRow& row, PixelAt pixelAt) {
 template <int32_t kSize>
 struct Samples {
   static uint16_t Whole(const uint8_t* unit, int32_t index) {
-    return kSize == 1 ? unit[index] : LoadBig16(unit + index * kSize);
+    return kSize == 1 ? unit[index] : LoadBig16(unit + int64_t{index} * kSize);
   }
 
-  static uint8_t UpperByte(const uint8_t* unit, int32_t index) { return unit[index * kSize]; }
+  static uint8_t UpperByte(const uint8_t* unit, int32_t index) {
+    return unit[int64_t{index} * kSize];
+  }
 };
 
 uint8_t AlphaUnlessKey(bool isKey) { return isKey ? 0 : 255; }

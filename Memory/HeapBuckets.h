@@ -18,7 +18,7 @@ inline constexpr int kSmallLimitLog2 = 9;       // 512 bytes
 inline constexpr int kBucketsPerPowerLog2 = 6;  // 64
 
 constexpr uint64_t BucketBound(int bucket) {
-  if (bucket < kSmallBuckets) return static_cast<uint64_t>(kSmallStep * bucket);
+  if (bucket < kSmallBuckets) return uint64_t{kSmallStep} * static_cast<uint64_t>(bucket);
   const int large = bucket - kSmallBuckets;
   const int log2 = kSmallLimitLog2 + (large >> kBucketsPerPowerLog2);
   const uint64_t step = uint64_t{1} << (log2 - kBucketsPerPowerLog2);
@@ -45,7 +45,7 @@ static_assert(kBucketLimit == 0x40000000);
 constexpr int FloorBucket(uint64_t size) {
   if (size >= kBucketLimit) return kLastBucket;
   if (size < uint64_t{1} << kSmallLimitLog2) return static_cast<int>(size) / kSmallStep;
-  const int log2 = std::bit_width(size) - 1;
+  const int log2 = static_cast<int>(std::bit_width(size)) - 1;
   const uint64_t offset = (size - (uint64_t{1} << log2)) >> (log2 - kBucketsPerPowerLog2);
   return kSmallBuckets + ((log2 - kSmallLimitLog2) << kBucketsPerPowerLog2) +
          static_cast<int>(offset);

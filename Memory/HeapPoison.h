@@ -28,7 +28,6 @@
 template <typename T>
 class HeapWord {
  public:
-  HeapWord() = default;
   [[gnu::no_sanitize_address]] HeapWord(T value) : value_(value) {}
   [[gnu::no_sanitize_address]] HeapWord(const HeapWord& other) : value_(other.value_) {}
   [[gnu::no_sanitize_address]] HeapWord& operator=(const HeapWord& other) {
