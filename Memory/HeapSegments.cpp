@@ -40,7 +40,9 @@ HeapSegments::~HeapSegments() {
 
 const Segment* HeapSegments::Map(uint64_t length) {
   if (count_ == kMaxSegments) return nullptr;
-  length = RoundUpToGranule(length);
+  const uint64_t rounded = RoundUpToGranule(length);
+  if (rounded < length) return nullptr;  // the sum wrapped
+  length = rounded;
   void* base = mapper_.map(length);
   if (base == nullptr) return nullptr;
   PoisonBytes(base, length);

@@ -86,6 +86,7 @@ TEST_F(HeapTest, RefusesWhatItCannotServe) {
   EXPECT_FALSE(heap_.AddSegment(Heap::kMaxSize + 1, 8));
   EXPECT_EQ(Stats().allocCalls, 0u);
   EXPECT_EQ(Alloc(Heap::kMaxSize, Heap::kMaxAlignment), nullptr);  // the segment's length wraps
+  EXPECT_EQ(Alloc(Heap::kMaxSize - 100, Heap::kMaxAlignment), nullptr);  // and here by rounding up
   EXPECT_EQ(Stats().numSegments, 0u);
   EXPECT_TRUE(heap_.AddSegment(0x2010000 - 40, 1));
   EXPECT_EQ(SegmentArena::Mapped(), 0x2020000u);
