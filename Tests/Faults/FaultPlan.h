@@ -1,0 +1,52 @@
+// Decides which call of a run goes wrong. The calls of all functions under watch are numbered
+// together from 1 on, so that whoever has seen the calls of a whole run can name each of them.
+//
+//   HALOMEND_CALLS=path     appends a line for each call: the function, and what tells it apart
+//   HALOMEND_FAULT=7:28     call 7 fails with error number 28
+//   HALOMEND_FAULT=7+:28    so does every later call of the same function
+//   HALOMEND_FAULT=7:short  call 7 transfers half of what it was asked for
+//   HALOMEND_FAULT=7:kill   the process is killed where call 7 would begin
+#pragma once
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+enum class Fault { kNone, kFail, kShort };
+
+// System calls are made directly: the functions of their names are those under watch.
+inline void LogCall(const char* path, const char* function, const char* detail) {
+  char line[64];
+  const int size = std::snprintf(line, sizeof line, "%s %s\n", function, detail);
+  const long file = syscall(SYS_openat, AT_FDCWD, path, O_WRONLY | O_APPEND | O_CREAT, 0600);
+  syscall(SYS_write, file, line, size);
+  syscall(SYS_close, file);
+}
+
+// Counts one call. After kFail errno is set.
+inline Fault NextFault(const char* function, const char* detail = "") {
+  static long call = 0;
+  static const char* failing = "";
+  if (environ == nullptr) return Fault::kNone;  // the program is still being loaded
+  ++call;
+  if (const char* path = std::getenv("HALOMEND_CALLS")) LogCall(path, function, detail);
+  const char* plan = std::getenv("HALOMEND_FAULT");
+  if (plan == nullptr) return Fault::kNone;
+  char* kind = nullptr;
+  if (std::strtol(plan, &kind, 10) == call) {
+    failing = function;
+  } else if (*kind != '+' || std::strcmp(failing, function) != 0) {
+    return Fault::kNone;
+  }
+  kind += *kind == '+' ? 2 : 1;
+  if (std::strcmp(kind, "kill") == 0) raise(SIGKILL);
+  if (std::strcmp(kind, "short") == 0) return Fault::kShort;
+  errno = std::atoi(kind);
+  return Fault::kFail;
+}
