@@ -1,0 +1,113 @@
+// zlib as the judge of our deflate streams: what it writes, what it makes of a stream, and damage
+// that reaches the decoders because the checksums are put right again.
+#pragma once
+
+#include <zlib.h>
+
+#include <memory>
+#include <random>
+#include <regex>
+#include <string>
+
+#include "Compression/Inflater.h"
+#include "Core/MemoryStream.h"
+#include "Tests/Support/BitAssembler.h"
+
+struct Random : std::mt19937 {
+  using std::mt19937::mt19937;
+  int Below(int end) { return static_cast<int>((*this)() % end); }
+  bool OneIn(int count) { return Below(count) == 0; }
+  // Below 2^bits, of any order of magnitude.
+  int Size(int bits) { return Below(2 << Below(bits)); }
+};
+
+// By our number of the container, 0 to 2: what zlib calls a window of 32 KiB in it.
+constexpr int kWindows[] = {-15, 15, 15 + 16};
+
+struct Verdict {
+  bool isAccepted;
+  Bytes output;         // up to the fault
+  std::string message;  // zlib's
+};
+
+inline Verdict ReadByZlib(const Bytes& bytes, int container) {
+  Bytes output;
+  z_stream stream{};
+  inflateInit2(&stream, kWindows[container]);
+  stream.next_in = const_cast<uint8_t*>(bytes.data());
+  stream.avail_in = static_cast<uInt>(bytes.size());
+  int result = Z_OK;
+  while (result == Z_OK) {
+    stream.avail_out = 1 << 16;
+    output.resize(stream.total_out + stream.avail_out);
+    stream.next_out = &output[stream.total_out];
+    result = inflate(&stream, Z_NO_FLUSH);
+  }
+  output.resize(stream.total_out);
+  const std::string message = stream.msg != nullptr ? stream.msg : zError(result);
+  inflateEnd(&stream);
+  return {result == Z_STREAM_END, output, message};
+}
+
+inline Verdict ReadByUs(const Bytes& bytes, int container) {
+  Core::MemoryStream input(bytes.data(), static_cast<uint32_t>(bytes.size()));
+  Core::MemoryStream output;
+  auto inflater = std::make_unique<Inflater>(&input, &output);
+  inflater->SetFormat(container);
+  const bool isAccepted = inflater->Run(Inflater::kUnlimited);
+  return {isAccepted, Bytes(output.GetData(), output.GetData() + output.GetSize()), ""};
+}
+
+// With any level, window, memory and strategy.
+inline Bytes WrittenByZlib(const Bytes& data, int container, Random& random) {
+  const int level = random.Below(10);
+  const int smaller = random.Below(7);
+  const int memory = 1 + random.Below(9);
+  z_stream stream{};
+  deflateInit2(&stream, level, Z_DEFLATED,
+               kWindows[container] + (container == 0 ? smaller : -smaller), memory,
+               random.Below(5));
+  Bytes out(data.size() * 2 + 100);
+  stream.next_in = const_cast<uint8_t*>(data.data());
+  stream.avail_in = static_cast<uInt>(data.size());
+  stream.next_out = out.data();
+  stream.avail_out = static_cast<uInt>(out.size());
+  deflate(&stream, Z_FINISH);
+  out.resize(stream.total_out);
+  deflateEnd(&stream);
+  return out;
+}
+
+// Anywhere in what zlib writes; in half of the streams only in the deflate data, with checksums
+// of what we make of it.
+inline Bytes WrittenAndDamaged(const Bytes& data, int container, Random& random) {
+  const bool isRewrapped = random.OneIn(2);
+  Bytes bytes = WrittenByZlib(data, isRewrapped ? 0 : container, random);
+  if (random.OneIn(10)) bytes.resize(1 + random.Below(bytes.size()));
+  for (int flips = random.Below(4); flips >= 0; --flips) {
+    uint8_t& flipped = bytes[random.Below(bytes.size())];
+    flipped ^= 1 << random.Below(8);
+  }
+  if (!isRewrapped) return bytes;
+  const Bytes content = ReadByUs(bytes, 0).output;
+  const uInt size = static_cast<uInt>(content.size());
+  BitAssembler stream;
+  if (container == 1) stream.Append({0x78, 0x9C});
+  if (container == 2) stream.Append({31, 139, 8, 0, 0, 0, 0, 0, 0, 3});
+  stream.Append(bytes);
+  if (container == 1) stream.Big32(adler32(1, content.data(), size));
+  if (container == 2) stream.Number(crc32(0, content.data(), size), 32).Number(size, 32);
+  return stream;
+}
+
+// What zlib refuses and we take on purpose, as long as nothing else is wrong.
+inline bool IsOurTolerance(const std::string& message) {
+  static const std::regex kTolerances(
+      "distance too far back|"                         // before the start stand zeros
+      "(code lengths|literal/lengths|distances) set|"  // incomplete: what has no symbol ...
+      "(literal/length|distance) code|"                // ... decodes as 0
+      "bit length repeat|"                             // nothing to repeat: repeats 0
+      "too many length or distance symbols|"           // up to 320 in all
+      "need dictionary");                              // its name is skipped
+  return std::regex_search(message, kTolerances);
+}
