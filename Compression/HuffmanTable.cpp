@@ -82,12 +82,12 @@ bool HuffmanTable::BuildLevels(const Code* codes, int32_t symbolCount) {
       return false;
     }
   }
-  std::replace(slots_.begin(), slots_.end(), kEmptySlot, int16_t{0});
   return true;
 }
 
 // Walks down from the root, adding the tables that are missing. No code begins another, which
-// AssignCanonicalCodes has made sure of: the walk meets no symbol, and ends on an empty slot.
+// AssignCanonicalCodes has made sure of: a slot on the way that holds no link is an empty one, and
+// so is the one at the end.
 bool HuffmanTable::InsertCode(const Code& code, int32_t symbol, const uint8_t* levelBits) {
   int32_t bits = code.bits;
   int32_t bitsLeft = code.length;
@@ -98,11 +98,10 @@ bool HuffmanTable::InsertCode(const Code& code, int32_t symbol, const uint8_t* l
     bits >>= indexBits;
     bitsLeft -= indexBits;
     if (bitsLeft == 0) {
-      if (slots_[slot] != kEmptySlot) return false;
       slots_[slot] = static_cast<int16_t>(symbol);
       return true;
     }
-    if (slots_[slot] == kEmptySlot) {
+    if (slots_[slot] >= 0) {
       // Where the run that starts here fills the rest of the tree alone, one table does for all its
       // remaining levels.
       const bool runFillsTable = bits == 0 && code.runLength >= 1 << bitsLeft;
@@ -121,7 +120,7 @@ bool HuffmanTable::AddSubtable(int32_t indexBits) {
   if (!subtables_.Append({offset, indexBits}) || !slots_.Reserve(end) || !slots_.SetSize(end)) {
     return false;
   }
-  std::fill(slots_.begin() + offset, slots_.end(), kEmptySlot);
+  std::fill(slots_.begin() + offset, slots_.end(), kUnassigned);
   return true;
 }
 

@@ -67,8 +67,10 @@ class HuffmanTable {
   [[nodiscard]] bool InsertCode(const Code& code, int32_t symbol, const uint8_t* levelBits);
   [[nodiscard]] bool AddSubtable(int32_t indexBits);
 
-  // A slot holds a symbol, a link to a subtable, or while building nothing.
-  static constexpr int16_t kEmptySlot = -1;
+  // A slot holds a symbol or a link to a subtable. One that no code leads to holds symbol 0, from
+  // the start: marking it first and replacing the mark later made a block with the largest tables
+  // ten times as dear.
+  static constexpr int16_t kUnassigned = 0;
   static int16_t LinkTo(int32_t subtable) { return static_cast<int16_t>(-2 - subtable); }
   static int32_t LinkedSubtable(int16_t link) { return -2 - link; }
 

@@ -13,7 +13,9 @@ namespace {
 // for it no image can be read either, and that is what is said.
 void TakeName(String& name, const char* argument) {
   if (name.Assign(kCodePageDefault, argument, nullptr) && name.PrepareNarrow()) return;
-  std::fprintf(stderr, "failed to read image %s!\n", argument);
+  const bool isInput = &name == &commandLine.input;
+  std::fprintf(stderr, "failed to read image %s!\n",
+               isInput ? argument : commandLine.input.ToNarrow());
   commandLine.lacksMemory = true;
 }
 
