@@ -15,13 +15,20 @@ class SegmentArena {
   explicit SegmentArena(const std::deque<int>& slots) {
     base_ = static_cast<char*>(mmap(nullptr, kRange, PROT_READ | PROT_WRITE,
                                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
-    slots_ = slots;
-    mapped_ = 0;
+    Offer(slots);
   }
   ~SegmentArena() { munmap(base_, kRange); }
 
+  // For the next heap.
+  static void Offer(const std::deque<int>& slots) {
+    slots_ = slots;
+    mapped_ = 0;
+  }
+
   static char* Slot(int index) { return base_ + static_cast<std::size_t>(index) * kSlot; }
   static std::size_t Mapped() { return mapped_; }  // bytes taken and not given back
+
+  static bool IsUsedUp() { return slots_.empty(); }
 
   static constexpr SegmentMapper Mapper() { return {Map, Unmap}; }
 
@@ -29,7 +36,7 @@ class SegmentArena {
   static constexpr std::size_t kRange = 520 * kSlot;  // only the touched pages cost memory
 
   static void* Map(std::size_t length) {
-    if (slots_.empty()) return nullptr;
+    if (slots_.empty() || length > kRange) return nullptr;
     char* segment = Slot(slots_.front());
     slots_.pop_front();
     mapped_ += length;

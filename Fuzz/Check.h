@@ -1,0 +1,29 @@
+// What the fuzz targets share. A target stops the process when bytes make the program break a
+// promise. libFuzzer and Fuzz/Replay.cpp both hand the bytes over in a heap block of exactly their
+// size, so that AddressSanitizer sees a read of one byte more.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+using Bytes = std::vector<uint8_t>;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size);
+
+inline void Check(bool holds) {
+  if (!holds) __builtin_trap();
+}
+
+// Hands an input out from its front, and zeros behind its end.
+struct FuzzInput {
+  const uint8_t* next;
+  const uint8_t* end;
+
+  std::size_t Left() const { return static_cast<std::size_t>(end - next); }
+  uint8_t Byte() { return Left() == 0 ? uint8_t{0} : *next++; }
+  Bytes Take(std::size_t count) {
+    next += count = count < Left() ? count : Left();
+    return Bytes(next - count, next);
+  }
+};

@@ -1,0 +1,61 @@
+// What the encoder makes of any data, the inflater turns back, at both kinds of level.
+//
+//   level, size, operations: literals, noise, or a copy from further back
+#include <algorithm>
+#include <new>
+
+#include "Compression/DeflateEncoder.h"
+#include "Compression/HashBytes.h"
+#include "Compression/Inflater.h"
+#include "Core/MemoryStream.h"
+#include "Fuzz/Check.h"
+
+namespace {
+
+constexpr std::size_t kSmall = 1024;
+constexpr std::size_t kLarge = 150000;  // more than one block, and several windows
+
+// Data of many kinds and sizes from a short input.
+Bytes Expand(FuzzInput& input) {
+  const uint8_t form = input.Byte();
+  const std::size_t bound = std::min(kSmall << (form < 0x80 ? 0 : form & 15), kLarge);
+  Bytes data;
+  while (input.Left() > 0 && data.size() < bound) {
+    const uint8_t operation = input.Byte();
+    const std::size_t size = (std::size_t{1} + input.Byte()) << 2 * (operation & 3);
+    std::size_t count = std::min(size, bound - data.size());
+    if ((operation & 0x40) == 0) {
+      const Bytes literals = input.Take(count);
+      data.insert(data.end(), literals.begin(), literals.end());
+    } else if ((operation & 0x20) == 0 || data.empty()) {
+      for (; count > 0; --count) data.push_back(HashWord(data.size()) & (operation * 7 | 1));
+    } else {
+      const std::size_t distance = 1 + input.Byte() * std::size_t{131} % data.size();
+      for (; count > 0; --count) data.push_back(data[data.size() - distance]);
+    }
+  }
+  return Bytes(data);  // without spare capacity
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, std::size_t size) {
+  FuzzInput input = {bytes, bytes + size};
+  const int32_t level = 8 + input.Byte() % 2;
+  const Bytes data = Expand(input);
+  Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size()));
+  Core::MemoryStream deflated;
+  // Always at one place: half a megabyte of new memory each time would be most of the work.
+  alignas(DeflateEncoder) static uint8_t place[sizeof(DeflateEncoder)];
+  DeflateEncoder* const encoder = new (place) DeflateEncoder(source, deflated, level);
+  Check(encoder->Compress() && encoder->BytesRead() == data.size());
+  encoder->~DeflateEncoder();
+
+  Check(deflated.Seek(0, Core::kFromStart));
+  Core::MemoryStream restored;
+  Inflater inflater(&deflated, &restored);
+  Check(inflater.Run(static_cast<int64_t>(data.size())));
+  const uint8_t* const begin = restored.GetData();
+  Check(std::equal(data.begin(), data.end(), begin, begin + restored.GetSize()));
+  return 0;
+}

@@ -1,0 +1,114 @@
+// A heap of its own, in every kind of use, against a model of the blocks in use.
+//
+//   order of the segments, how many there may be, operations with their numbers
+#include "Memory/Heap.h"
+
+#include <algorithm>
+
+#include "Fuzz/Check.h"
+#include "Memory/HeapBlock.h"
+#include "Memory/HeapChecks.h"
+#include "Tests/Support/SegmentArena.h"
+
+namespace {
+
+constexpr int kSlots = 7;  // prime, so that any step goes through all of them
+constexpr std::size_t kMostBlocks = 48;
+constexpr uint64_t kMostSize = 0x1000000;  // which the least segment can hold at any alignment
+
+// Begins with bytes of its own, so that an overlap shows.
+struct Block {
+  char* bytes;
+  uint64_t size;
+  char mark;
+
+  uint64_t Marked(uint64_t kept) const { return std::min({size, kept, uint64_t{64}}); }
+  void Mark() { std::fill_n(bytes, Marked(size), mark); }
+  bool IsMarked(uint64_t kept) const {
+    return std::count(bytes, bytes + Marked(kept), mark) == static_cast<int64_t>(Marked(kept));
+  }
+};
+
+// Up to kMostSize, or close to the largest size.
+uint64_t TakeSize(FuzzInput& input) {
+  const uint8_t form = input.Byte();
+  if (form == 0xFF) return Heap::kMaxSize + 64 - input.Byte();
+  return (uint64_t{input.Byte()} << form % 17) + form / 17;
+}
+
+void Allocate(Heap& heap, FuzzInput& input, std::vector<Block>& blocks) {
+  const uint64_t size = TakeSize(input);
+  const uint64_t alignment = uint64_t{1} << input.Byte() % 22;
+  const auto bytes = static_cast<char*>(heap.AllocBlock(size, alignment));
+  const bool isServable = size <= kMostSize && alignment <= Heap::kMaxAlignment;
+  if (bytes == nullptr) return Check(!isServable || SegmentArena::IsUsedUp());
+  Check(isServable && reinterpret_cast<uintptr_t>(bytes) % std::max<uint64_t>(alignment, 8) == 0);
+  blocks.push_back({bytes, size, static_cast<char>(heap.Counters().allocCalls)});
+  blocks.back().Mark();
+}
+
+void Resize(Heap& heap, FuzzInput& input, Block& block) {
+  const uint64_t size = TakeSize(input);
+  if (!heap.ResizeInPlace(block.bytes, size)) return Check(size > heap.UsableSize(block.bytes));
+  Check(block.IsMarked(size));
+  block.size = size;
+  block.Mark();
+}
+
+void Test(const Heap& heap, const std::vector<Block>& blocks) {
+  uint64_t bytesInUse = 0;
+  for (const Block& block : blocks) {
+    const uint64_t usable = heap.UsableSize(block.bytes);
+    Check(usable >= std::max<uint64_t>(block.size, 8));
+    bytesInUse += usable;
+  }
+  Check(heap.Counters().allocBlocks == blocks.size() && heap.Counters().allocSize == bytesInUse);
+  Check(CheckBlocks(heap));
+}
+
+void Use(Heap& heap, FuzzInput& input) {
+  std::vector<Block> blocks;
+  while (input.Left() > 0 || !blocks.empty()) {
+    const int operation = input.Left() > 0 ? input.Byte() % 16 : 8;
+    if (operation < 8 && blocks.size() < kMostBlocks) {
+      Allocate(heap, input, blocks);
+    } else if (operation == 15) {
+      Check(heap.AddSegment(8, 8) || SegmentArena::IsUsedUp());
+    } else if (!blocks.empty()) {
+      Block& block = blocks[input.Byte() % blocks.size()];
+      if (operation >= 13) {
+        Resize(heap, input, block);
+      } else {
+        Check(block.IsMarked(block.size) && heap.FreeBlock(block.bytes));
+        block = blocks.back();
+        blocks.pop_back();
+      }
+    }
+    if (input.Left() % 4 == 0) Test(heap, blocks);
+    if (input.Left() == 0) Check(CheckBuckets(heap));
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
+  static const SegmentArena arena({});  // one for all: a heap may not expect zeros in its memory
+  FuzzInput input = {data, data + size};
+  const int step = 1 + input.Byte() % (kSlots - 1);
+  std::deque<int> slots;
+  for (int i = input.Byte() % (kSlots + 1); i > 0; --i) slots.push_back(i * step % kSlots);
+  SegmentArena::Offer(slots);
+  {
+    Heap heap(SegmentArena::Mapper());
+    Use(heap, input);
+    // With nothing in use, each segment is one free block, and neighbours are one segment.
+    const HeapStats stats = GetStats(StatsDetail::kWalked, heap);
+    Check(stats.freeBlocks == stats.numSegments);
+    Check(stats.freeSize == stats.totalSize - kSegmentOverhead * stats.numSegments);
+    for (const Segment& one : heap.Segments()) {
+      for (const Segment& other : heap.Segments()) Check(one.End() != other.base);
+    }
+  }
+  Check(SegmentArena::Mapped() == 0);
+  return 0;
+}

@@ -1,0 +1,27 @@
+// The repair gives every picture the pixels and the answer that its plain slow twin gives.
+//
+//   width, threshold, pixels
+#include <algorithm>
+
+#include "Compression/HashBytes.h"
+#include "Fuzz/Check.h"
+#include "Tests/Support/SlowRepair.h"
+#include "Tool/AlphaRepair.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
+  FuzzInput input = {data, data + size};
+  const int32_t width = 1 + input.Byte() % 150;  // more than two words of a bit mask
+  const int32_t threshold = std::max(0, input.Byte() - 200) * 6 - 3 * (input.Left() % 2);
+  const int32_t height = static_cast<int32_t>(input.Left()) / width + 1;
+  Bitmap bitmap(width, height);
+  for (Pixel* pixel = bitmap.Row(0); pixel != bitmap.Row(0) + width * height; ++pixel) {
+    // A byte from 128 on is a transparent pixel, any other its alpha, of which 0 is one too.
+    const uint8_t byte = input.Byte();
+    *pixel =
+        (byte < 128 ? Pixel{byte} << 25 : 0) | (HashWord(input.Left() << 8 | byte) & kColorMask);
+  }
+  Bitmap slow(bitmap);
+  Check(RepairTransparentPixels(bitmap, threshold) == SlowRepair(slow, threshold).Run());
+  Check(std::equal(slow.Row(0), slow.Row(0) + width * height, bitmap.Row(0)));
+  return 0;
+}

@@ -1,0 +1,123 @@
+// Conversion agrees with itself under every character set: counting with storing, cut with whole,
+// one character with many, there with back; and strings keep their text however it is shared.
+//
+//   capacity, text: taken as bytes, and as code points
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "Compression/HashBytes.h"
+#include "Core/CharacterSets.h"
+#include "Core/String.h"
+#include "Fuzz/Check.h"
+
+namespace {
+
+using Text = std::vector<int32_t>;
+
+constexpr uint32_t kCodePages = 7;  // the last one is not assigned
+
+bool IsUtf8(uint32_t codePage) { return codePage < kCodePageLatin1 || codePage == kCodePages - 1; }
+
+// Without a capacity: the one that counting gives, which is then what is stored.
+template <typename To, typename From>
+To Convert(auto function, const From& source, uint32_t codePage, int32_t capacity) {
+  const int32_t size = static_cast<int32_t>(source.size());
+  const bool isWhole = capacity == 0;
+  if (isWhole) capacity = function(source.data(), size, nullptr, 0, codePage);
+  std::vector<typename To::value_type> exact(capacity);
+  const int32_t count = function(source.data(), size, exact.data(), capacity, codePage);
+  Check(count <= capacity && (!isWhole || count == capacity));
+  return To(exact.begin(), exact.begin() + count);
+}
+
+Text Decode(const std::string& bytes, uint32_t codePage, int32_t capacity = 0) {
+  return Convert<Text>(DecodeText, bytes, codePage, capacity);
+}
+std::string Encode(const Text& text, uint32_t codePage, int32_t capacity = 0) {
+  return Convert<std::string>(EncodeText, text, codePage, capacity);
+}
+
+void TestDecoding(const std::string& bytes, uint32_t codePage, int32_t capacity) {
+  Text text = Decode(bytes, codePage);
+  Check(Decode(Encode(text, codePage), codePage) == text);
+  Text each;
+  const char* const end = bytes.data() + bytes.size();
+  for (const char* position = bytes.data(); position != end;) {
+    const char* const begin = position;
+    const int32_t codePoint = DecodeUtf8Character(position, end);
+    if (!IsUtf8(codePage)) position = begin + 1;
+    if (position == begin) break;
+    each.push_back(!IsUtf8(codePage)     ? Decode({begin, position}, codePage).at(0)
+                   : codePoint < 0x10000 ? codePoint
+                                         : '?');
+  }
+  Check(text == each);
+  text.resize(std::min<std::size_t>(text.size(), capacity));
+  Check(Decode(bytes, codePage, capacity) == text);
+}
+
+// A sequence that does not fit is skipped, a later one may fit.
+void TestEncoding(const Text& text, uint32_t codePage, int32_t capacity) {
+  std::string whole;
+  std::string cut;
+  for (const int32_t codePoint : text) {
+    const std::string sequence = Encode({codePoint}, codePage);
+    whole += sequence;
+    if (cut.size() + sequence.size() <= static_cast<uint32_t>(capacity)) cut += sequence;
+    if (!IsUtf8(codePage)) continue;
+    const char* position = sequence.data();
+    const char* const end = position + sequence.size();
+    Check(DecodeUtf8Character(position, end) == std::max(codePoint, -1) && position == end);
+  }
+  Check(Encode(text, codePage) == whole && Encode(text, codePage, capacity) == cut);
+}
+
+void TestString(const String& string, const Text& text) {
+  const std::string narrow = Encode(text, kCodePageDefault);
+  Check(string.IsEmpty() == text.empty());
+  Check(string.Hash() == HashBytes(reinterpret_cast<const uint8_t*>(text.data()), 4 * text.size()));
+  Check(std::memcmp(string.ToNarrow(), narrow.c_str(), narrow.size() + 1) == 0);
+}
+
+// Four strings change and share their texts as the bytes say.
+void TestStrings(const std::string& bytes, uint32_t codePage) {
+  String strings[4];
+  Text texts[4];
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    const uint8_t operation = static_cast<uint8_t>(bytes[at]);
+    const int self = operation & 3;
+    const int other = operation >> 2 & 3;
+    const std::string piece = bytes.substr(at, operation >> 4);
+    if (operation < 0x80) {
+      strings[self] = strings[other];
+      texts[self] = texts[other];
+    } else if (operation < 0x90) {
+      Check(strings[self].Format("%s", piece.c_str()));
+      texts[self] = Decode(piece.c_str(), kCodePageDefault);
+    } else {
+      Check(strings[self].Assign(codePage, piece.data(), piece.data() + piece.size()));
+      texts[self] = Decode(piece, codePage);
+    }
+    TestString(String(strings[other]), texts[other]);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
+  FuzzInput input = {data, data + size};
+  const int32_t capacity = 1 + input.Byte() % 64;
+  const std::string bytes(input.next, input.end);
+  Text codePoints;
+  while (input.Left() > 0) {
+    const uint32_t high = input.Byte();  // two bits of it choose how far up it stands
+    codePoints.push_back(static_cast<int32_t>(high << (high & 24) << 8 | input.Byte()));
+  }
+  for (uint32_t codePage = 0; codePage < kCodePages; ++codePage) {
+    TestDecoding(bytes, codePage, capacity);
+    TestEncoding(codePoints, codePage, capacity);
+  }
+  TestStrings(bytes, static_cast<uint32_t>(capacity) % kCodePages);
+  return 0;
+}
