@@ -5,7 +5,6 @@
 #include <memory>
 #include <random>
 
-#include "Compression/TokenBuffer.h"
 #include "Core/MemoryStream.h"
 #include "Tests/Support/SampleData.h"
 
@@ -75,48 +74,6 @@ TEST(MatchFinder, TiesAndLimits) {
   }
   auto finder = std::make_unique<MatchFinder>();
   EXPECT_EQ(finder->Fill(nullptr, 0), -1);
-}
-
-TEST(TokenBuffer, HandsBackWhatWasAppendedAndRewritten) {
-  struct Expected {
-    int32_t length, distance;
-    Bytes literals;
-  };
-  std::mt19937 random(11);
-  auto buffer = std::make_unique<TokenBuffer>();
-  for (int round = 0; round < 3; ++round) {
-    std::vector<Expected> expected;
-    while (!buffer->IsFull()) {
-      if (random() % 2 == 0) {
-        const uint8_t byte = static_cast<uint8_t>(random());
-        buffer->AppendLiteral(byte);
-        expected.push_back({1, 0, {byte}});
-      } else {
-        const int32_t distance = 1 + static_cast<int32_t>(random() % 32768);
-        const int32_t length = 3 + static_cast<int32_t>(random() % 256);
-        buffer->AppendMatch(distance, length);
-        expected.push_back({length, distance, {}});
-      }
-    }
-    ASSERT_EQ(buffer->Count(), static_cast<int32_t>(expected.size()));
-    for (bool isRewriting : {true, false}) {
-      TokenCursor cursor(*buffer);
-      Token token;
-      for (Expected& one : expected) {
-        ASSERT_TRUE(cursor.Next(token));
-        ASSERT_EQ(token.length, one.length);
-        ASSERT_EQ(token.distance, one.distance);
-        if (!token.IsMatch()) {
-          ASSERT_EQ(Bytes(token.record, token.record + token.length), one.literals);
-        } else if (isRewriting && random() % 3 == 0) {
-          one = {3, 0, MakeData(DataKind::kNoise, 3, random())};
-          cursor.ReplaceByTriple(one.literals.data());
-        }
-      }
-      ASSERT_FALSE(cursor.Next(token));
-    }
-    buffer->Reset();
-  }
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <new>
 #include <string>
 
-#include "Compression/HashBytes.h"
 #include "Core/FatalExit.h"
 
 namespace {
@@ -24,15 +23,6 @@ String Make(const char* text, uint32_t codePage = 0) {
   String string;
   EXPECT_TRUE(string.Assign(codePage, text, nullptr));
   return string;
-}
-
-TEST(String, HoldsWhatDecodesAndRendersItAsUtf8) {
-  EXPECT_STREQ(Make("\xE9\x80", 4).ToNarrow(), "\xC3\xA9\xE2\x82\xAC");
-  EXPECT_STREQ(Make("ab\xFFz").ToNarrow(), "ab");
-  EXPECT_TRUE(Make("\x80z").IsEmpty() && *Make("\x80z").ToNarrow() == '\0');
-  const uint8_t words[] = {'a', 0, 0, 0, 0xAC, 0x20, 0, 0};
-  EXPECT_EQ(Make("a\xE2\x82\xAC").Hash(), HashBytes(words, sizeof words));
-  EXPECT_EQ(String().Hash(), HashBytes(nullptr, 0));
 }
 
 TEST(String, IsEmptyWithoutABlock) {

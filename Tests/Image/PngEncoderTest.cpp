@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "Core/MemoryStream.h"
-#include "Image/PngDecoder.h"
 #include "Tests/Support/FaultyStream.h"
 
 namespace {
@@ -25,23 +24,6 @@ Bitmap RandomBitmap(int width, int height, uint32_t mask) {
     for (int x = 0; x < width; ++x) bitmap.Row(y)[x] = random() & mask;
   }
   return bitmap;
-}
-
-TEST(PngEncoder, WritesWhatTheDecoderReads) {
-  for (auto [width, height] : {std::pair(1, 1), std::pair(1, 300), std::pair(300, 1),
-                               std::pair(97, 53), std::pair(256, 256)}) {
-    for (uint32_t mask : {0xFFFFFFFFu, 0xFF000000u, 0x00030000u}) {
-      const Bitmap bitmap = RandomBitmap(width, height, mask);
-      const std::vector<uint8_t> file = Saved(bitmap);
-      Core::MemoryStream in(file.data(), static_cast<uint32_t>(file.size()));
-      Bitmap back;
-      ASSERT_TRUE(LoadPng(in, back));
-      ASSERT_EQ(back.Width(), width);
-      ASSERT_EQ(back.Height(), height);
-      ASSERT_TRUE(std::equal(bitmap.Row(0), bitmap.Row(0) + width * height, back.Row(0)));
-      ASSERT_EQ(in.Tell(), static_cast<int64_t>(file.size()));
-    }
-  }
 }
 
 // A pixel's bytes and a picture without rows, written out in full.

@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <random>
+#include <array>
 #include <vector>
 
 #include "Memory/HeapChecks.h"
@@ -23,46 +22,6 @@ class HeapTest : public testing::Test {
   const SegmentArena arena_{{0}};
   Heap heap_{SegmentArena::Mapper()};
 };
-
-// Each block is filled with a byte of its own, so that an overlap shows.
-TEST(HeapModel, RandomUseKeepsEveryByteAndEveryInvariant) {
-  struct Block {
-    char* bytes;
-    uint64_t size;
-    char fill;
-    bool Stands(uint64_t kept) const {
-      return static_cast<uint64_t>(std::count(bytes, bytes + kept, fill)) == kept;
-    }
-  };
-  Heap heap;
-  std::mt19937 random(1);
-  std::vector<Block> blocks;
-  for (int step = 0; step < 20000; ++step) {
-    const unsigned action = step < 15000 ? random() % 8 : 4;
-    const uint64_t size = random() >> (12 + random() % 20);
-    if (blocks.empty() || (action < 4 && blocks.size() < 200)) {
-      const uint64_t alignment = uint64_t{1} << random() % 13;
-      char* bytes = static_cast<char*>(heap.AllocBlock(size, alignment));
-      ASSERT_EQ(reinterpret_cast<uintptr_t>(bytes) % std::max<uint64_t>(alignment, 8), 0u);
-      ASSERT_GE(heap.UsableSize(bytes), std::max<uint64_t>(size, 8));
-      blocks.push_back({bytes, size, static_cast<char>(step)});
-      std::fill_n(bytes, size, blocks.back().fill);
-    } else {
-      std::swap(blocks[random() % blocks.size()], blocks.back());
-      Block& block = blocks.back();
-      if (action < 6) {
-        ASSERT_TRUE(block.Stands(block.size) && heap.FreeBlock(block.bytes));
-        blocks.pop_back();
-      } else if (heap.ResizeInPlace(block.bytes, size)) {
-        ASSERT_TRUE(block.Stands(std::min(block.size, size)));
-        block.size = size;
-        std::fill_n(block.bytes, size, block.fill);
-      }
-    }
-    ASSERT_EQ(heap.Counters().allocBlocks, blocks.size());
-    ASSERT_TRUE(step % 16 != 0 || (CheckBlocks(heap) && CheckBuckets(heap))) << step;
-  }
-}
 
 // Above 1 GiB the bucket says nothing about the size. The memory is never touched, only its
 // headers.
