@@ -47,9 +47,14 @@ void Allocate(Heap& heap, FuzzInput& input, std::vector<Block>& blocks) {
   blocks.back().Mark();
 }
 
+// Succeeds exactly if there is room; now and then all of it is taken.
 void Resize(Heap& heap, FuzzInput& input, Block& block) {
-  const uint64_t size = TakeSize(input);
-  if (!heap.ResizeInPlace(block.bytes, size)) return Check(size > heap.UsableSize(block.bytes));
+  const BlockHeader* const next = NextBlock(BlockOf(block.bytes));
+  const uint64_t room =
+      heap.UsableSize(block.bytes) + (IsInUse(next) ? 0 : kHeaderSize + PayloadSize(next));
+  const uint64_t size = input.Byte() % 4 == 0 ? room : TakeSize(input);
+  Check(heap.ResizeInPlace(block.bytes, size) == (size <= room));
+  if (size > room) return;
   Check(block.IsMarked(size));
   block.size = size;
   block.Mark();

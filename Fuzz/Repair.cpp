@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
         (byte < 128 ? Pixel{byte} << 25 : 0) | (HashWord(input.Left() << 8 | byte) & kColorMask);
   }
   Bitmap slow(bitmap);
-  Check(RepairTransparentPixels(bitmap, threshold) == SlowRepair(slow, threshold).Run());
+  Check(RepairTransparentPixels(bitmap, threshold) == RepairSlowly(slow, threshold));
   Check(std::equal(slow.Row(0), slow.Row(0) + width * height, bitmap.Row(0)));
   return 0;
 }

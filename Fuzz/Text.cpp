@@ -99,6 +99,7 @@ void TestStrings(const std::string& bytes, uint32_t codePage) {
       Check(strings[self].Assign(codePage, piece.data(), piece.data() + piece.size()));
       texts[self] = Decode(piece, codePage);
     }
+    TestString(strings[other], texts[other]);
     TestString(String(strings[other]), texts[other]);
   }
 }

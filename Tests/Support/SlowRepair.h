@@ -1,91 +1,61 @@
-// The repair in its plainest form: whole-picture arrays, every neighbour tested for itself.
+// The repair in its plainest form: whole-picture lists, every neighbour tested for itself.
 #pragma once
 
 #include <algorithm>
-#include <cstdint>
 #include <vector>
 
 #include "Image/Bitmap.h"
 
-class SlowRepair {
- public:
-  SlowRepair(Bitmap& bitmap, int threshold) : bitmap_(bitmap) {
-    for (int y = 0; y < bitmap.Height(); ++y) {
-      for (int x = 0; x < bitmap.Width(); ++x) known_.push_back(AlphaOf(At({x, y})) > threshold);
-    }
-    queued_.resize(known_.size());
-  }
-
-  // Whether anything changed.
-  bool Run() {
-    std::vector<Place> current;
-    for (int y = 0; y < bitmap_.Height(); ++y) {
-      for (int x = 0; x < bitmap_.Width(); ++x) {
-        bool isBeside = false;
-        ForEachAround({x, y}, [&](Place other) { isBeside = isBeside || known_[Cell(other)]; });
-        if (isBeside && !known_[Cell({x, y})]) current.push_back({x, y});
+// Whether anything changed. A place is a pixel's number in the order of the rows.
+inline bool RepairSlowly(Bitmap& bitmap, int threshold) {
+  const int width = bitmap.Width();
+  const int count = width * bitmap.Height();
+  const auto at = [&](int place) -> Pixel& { return bitmap.Row(place / width)[place % width]; };
+  std::vector<std::vector<int>> around(count);
+  std::vector<bool> known(count);
+  for (int place = 0; place < count; ++place) {
+    known[place] = AlphaOf(at(place)) > threshold;
+    for (int y = place / width - 1; y <= place / width + 1; ++y) {
+      for (int x = place % width - 1; x <= place % width + 1; ++x) {
+        const bool isInside = x >= 0 && x < width && y >= 0 && y < bitmap.Height();
+        if (isInside && y * width + x != place) around[place].push_back(y * width + x);
       }
     }
-    const bool isChanging = !current.empty();
-    while (!current.empty()) current = Wave(current);
-    return isChanging;
   }
 
- private:
-  struct Place {
-    int x, y;
-  };
-
-  std::vector<Place> Wave(std::vector<Place> current) {
-    std::vector<Place> next;
+  std::vector<int> current;
+  for (int place = 0; place < count; ++place) {
+    const auto isKnown = [&](int other) { return known[other]; };
+    const bool isBeside = std::any_of(around[place].begin(), around[place].end(), isKnown);
+    if (isBeside && !known[place]) current.push_back(place);
+  }
+  const bool isChanging = !current.empty();
+  std::vector<bool> queued(count);
+  std::vector<int> next;
+  for (; !current.empty(); current.swap(next), next.clear()) {
     for (std::size_t i = 0; i < current.size();) {
-      const Place place = current[i];
-      if (known_[Cell(place)]) {
+      const int place = current[i];
+      if (known[place]) {
         ++i;
         continue;
       }
-      Recolour(place);
-      ForEachAround(place, [&](Place other) {
-        if (known_[Cell(other)] || queued_[Cell(other)]) return;
-        queued_[Cell(other)] = true;
+      unsigned sums[3] = {};
+      unsigned sources = 0;
+      for (const int other : around[place]) {
+        for (int part = 0; known[other] && part < 3; ++part) {
+          sums[part] += at(other) >> 8 * part & 255;
+        }
+        sources += known[other];
+        if (known[other] || queued[other]) continue;
+        queued[other] = true;
         next.push_back(other);
-      });
+      }
+      at(place) &= ~kColorMask;
+      for (int part = 0; part < 3; ++part) at(place) |= sums[part] / sources << 8 * part;
+      known[place] = true;
       current[i] = current.back();
       current.pop_back();
     }
-    return next;
   }
-
-  void Recolour(Place place) {
-    for (int shift : {16, 8, 0}) {
-      unsigned sum = 0;
-      unsigned count = 0;
-      ForEachAround(place, [&](Place other) {
-        if (!known_[Cell(other)]) return;
-        sum += At(other) >> shift & 255;
-        ++count;
-      });
-      At(place) = (At(place) & ~(255u << shift)) | sum / count << shift;
-    }
-    known_[Cell(place)] = true;
-  }
-
-  void ForEachAround(Place centre, auto visit) {
-    for (int y = std::max(centre.y - 1, 0); y <= std::min(centre.y + 1, bitmap_.Height() - 1);
-         ++y) {
-      for (int x = std::max(centre.x - 1, 0); x <= std::min(centre.x + 1, bitmap_.Width() - 1);
-           ++x) {
-        if (x != centre.x || y != centre.y) visit(Place{x, y});
-      }
-    }
-  }
-
-  Pixel& At(Place place) { return bitmap_.Row(place.y)[place.x]; }
-  std::size_t Cell(Place place) const {
-    return static_cast<std::size_t>(place.y * bitmap_.Width() + place.x);
-  }
-
-  Bitmap& bitmap_;
-  std::vector<bool> known_;
-  std::vector<bool> queued_;
-};
+  return isChanging;
+}
