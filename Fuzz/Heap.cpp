@@ -73,8 +73,11 @@ void Test(const Heap& heap, const std::vector<Block>& blocks) {
 
 void Use(Heap& heap, FuzzInput& input) {
   std::vector<Block> blocks;
-  while (input.Left() > 0 || !blocks.empty()) {
-    const int operation = input.Left() > 0 ? input.Byte() % 16 : 8;
+  const auto free = [&heap](const Block& block) {
+    Check(block.IsMarked(block.size) && heap.FreeBlock(block.bytes));
+  };
+  while (input.Left() > 0) {
+    const int operation = input.Byte() % 16;
     if (operation < 8 && blocks.size() < kMostBlocks) {
       Allocate(heap, input, blocks);
     } else if (operation == 15) {
@@ -84,14 +87,17 @@ void Use(Heap& heap, FuzzInput& input) {
       if (operation >= 13) {
         Resize(heap, input, block);
       } else {
-        Check(block.IsMarked(block.size) && heap.FreeBlock(block.bytes));
+        free(block);
         block = blocks.back();
         blocks.pop_back();
       }
     }
     if (input.Left() % 4 == 0) Test(heap, blocks);
-    if (input.Left() == 0) Check(CheckBuckets(heap));
   }
+  Check(CheckBuckets(heap));
+  std::for_each(blocks.begin(), blocks.end(), free);
+  Test(heap, {});
+  Check(CheckBuckets(heap));
 }
 
 }  // namespace
