@@ -29,24 +29,6 @@ Bytes InflatedByUs(const Bytes& deflated) {
   return Bytes(out.GetData(), out.GetData() + out.GetSize());
 }
 
-// Sizes around everything that has an edge: the shortest and longest match, the history, the
-// window, stored segments, and more than one block.
-constexpr std::size_t kSizes[] = {0,     1,     2,     3,     4,     257,   258,   259,   516,
-                                  32509, 32767, 32768, 32769, 33026, 65535, 65536, 65537, 200000};
-
-TEST(DeflateEncoder, RoundTripsThroughOurInflater) {
-  for (DataKind kind : kAllDataKinds) {
-    for (std::size_t size : kSizes) {
-      for (int32_t level : {9, 8, 1}) {
-        SCOPED_TRACE(testing::Message() << "kind " << static_cast<int>(kind) << " size " << size
-                                        << " level " << level);
-        const Bytes data = MakeData(kind, size, static_cast<uint32_t>(size));
-        ASSERT_EQ(InflatedByUs(Compressed(data, level)), data);
-      }
-    }
-  }
-}
-
 // Sixteen letters in an order in which every pair stands once (a de Bruijn sequence, built by
 // always taking the largest letter that makes a new pair): no match, and worth a dynamic block.
 TEST(DeflateEncoder, ABlockWithoutMatchesDeclaresAllDistances) {
