@@ -3,77 +3,45 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <random>
+#include <string>
 
 #include "Core/MemoryStream.h"
-#include "Tests/Support/SampleData.h"
 
 namespace {
 
-// The nearest of the longest matches, found by looking everywhere.
-Match SlowMatch(const Bytes& data, std::size_t position, std::size_t maxLength) {
-  Match best = {0, 0};
-  for (std::size_t distance = 1; distance <= position && distance <= 32768; ++distance) {
-    std::size_t length = 0;
-    while (length < maxLength && data[position + length] == data[position + length - distance]) {
-      ++length;
-    }
-    if (static_cast<int32_t>(length) > best.length) {
-      best = {static_cast<int32_t>(distance), static_cast<int32_t>(length)};
-    }
-  }
-  return best.length >= 3 ? best : Match{0, 0};
-}
-
-// Greedily over data without runs of period three, where the finder may skip candidates.
 TEST(MatchFinder, FindsTheNearestOfTheLongest) {
-  std::mt19937 random(7);
-  Bytes data;
-  while (data.size() < 6000) {
-    if (data.size() > 300 && random() % 3 == 0) {
-      const std::size_t from = random() % (data.size() - 290);
-      const std::size_t length = 1 + random() % (random() % 8 == 0 ? 280 : 12);
-      for (std::size_t i = 0; i < length; ++i) data.push_back(data[from + i]);
-    } else {
-      data.push_back(static_cast<uint8_t>(random() % 64));
-    }
-  }
-  Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size()));
-  auto finder = std::make_unique<MatchFinder>();
-  ASSERT_EQ(finder->Fill(&source, 0), static_cast<int32_t>(data.size()));
-  std::size_t found = 0;
-  for (std::size_t position = 0; position < data.size(); ++position) {
-    const std::size_t maxLength = std::min<std::size_t>(258, data.size() - position);
-    Match match = {0, 0};
-    if (finder->FindMatch(finder->Position(), static_cast<int32_t>(maxLength), match)) ++found;
-    const Match slow = SlowMatch(data, position, maxLength);
-    ASSERT_EQ(match.length >= 3 ? match.distance : 0, slow.distance) << position;
-    ASSERT_EQ(match.length >= 3 ? match.length : 0, slow.length) << position;
-    finder->Advance(1);
-  }
-  EXPECT_GT(found, 3000u);
-}
-
-TEST(MatchFinder, TiesAndLimits) {
-  const Bytes data = {'a', 'b', 'c', 'x', 'a', 'b', 'c', 'y', 'a', 'b', 'c', 'z'};
   const struct {
-    int32_t maxDistance, maxLength;
-    bool isFound;
-  } rows[] = {{8, 4, true}, {4, 3, true}, {3, 4, false}, {8, 2, false}};
+    const char* name;
+    std::string text;
+    int32_t position, maxDistance, maxLength;
+    Match match;
+  } rows[] = {
+      {"the nearest wins a tie", "abcxabcyabcz", 8, 8, 4, {4, 3}},
+      {"as long and far as allowed", "abcxabcyabcz", 8, 4, 3, {4, 3}},
+      {"too far", "abcxabcyabcz", 8, 3, 4, {0, 0}},
+      {"too short", "abcxabcyabcz", 8, 8, 2, {0, 0}},
+      {"a longer one behind", "abcdxabcyabcd", 9, 9, 4, {9, 4}},
+      {"... too far", "abcdxabcyabcd", 9, 8, 4, {4, 3}},
+      {"... longer than asked for", "abcdxabcyabcd", 9, 9, 3, {4, 3}},
+      {"overlapping", "abcabcabcabc", 3, 3, 9, {3, 9}},
+      {"longer than a word", "0123456789A#0123456789B", 12, 12, 11, {12, 10}},
+      {"the start of a run", "abcabcabcQabcabcR", 10, 10, 7, {7, 6}},
+      {"... reached in one step", "xxxxxxxxxabcabcabcQabcabcR", 19, 19, 7, {7, 6}},
+      {"the end of a run", "xxxxxxxxxabcabcQabcabcabcQabcabcQ", 26, 26, 7, {7, 7}},
+  };
   for (const auto& row : rows) {
-    Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size()));
+    Core::MemoryStream source(row.text.data(), static_cast<uint32_t>(row.text.size()));
     auto finder = std::make_unique<MatchFinder>();
-    ASSERT_EQ(finder->Fill(&source, 0), 12);
-    for (int32_t i = 0; i < 8; ++i) finder->Insert(i);
-    finder->Advance(8);
+    EXPECT_EQ(finder->Fill(nullptr, 0), -1);
+    EXPECT_EQ(finder->Fill(&source, 0), static_cast<int32_t>(row.text.size()));
+    for (int32_t i = 0; i < row.position; ++i) finder->Insert(i);
+    finder->Advance(row.position);
     Match match = {0, 0};
-    EXPECT_EQ(finder->FindMatch(row.maxDistance, row.maxLength, match), row.isFound);
-    if (row.isFound) {
-      EXPECT_EQ(match.distance, 4) << "the nearest wins a tie";
-    }
+    const bool isFound = finder->FindMatch(row.maxDistance, row.maxLength, match);
+    EXPECT_EQ(isFound, row.match.length > 0) << row.name;
+    EXPECT_EQ(match.distance, row.match.distance) << row.name;
+    EXPECT_EQ(match.length, row.match.length) << row.name;
   }
-  auto finder = std::make_unique<MatchFinder>();
-  EXPECT_EQ(finder->Fill(nullptr, 0), -1);
 }
 
 }  // namespace

@@ -1,82 +1,82 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <random>
-#include <string>
+#include <functional>
+#include <map>
 
+#include "Core/File.h"
 #include "Core/MemoryStream.h"
 #include "Core/StreamIo.h"
+#include "Tests/Support/Cases.h"
 #include "Tests/Support/FaultyStream.h"
+#include "Tests/Support/TemporaryDirectory.h"
 
+using Core::File;
 using Core::MemoryStream;
 using Core::Stream;
 
 namespace {
 
-std::string Content(MemoryStream& stream) {
-  return {reinterpret_cast<const char*>(stream.GetData()), std::size_t(stream.GetSize())};
+std::string YesNo(bool is) { return is ? "yes" : "no"; }
+
+// The answer of a stream, the one of the file at `path` if it is a file, as in Streams.txt.
+std::string Answer(Stream& stream, const std::string& path, const std::string& operation,
+                   const std::string& argument) {
+  long long first = 0;
+  int second = 0;
+  std::sscanf(argument.c_str(), "%lld,%d", &first, &second);
+  char buffer[20];
+  uint32_t done = 0, mode = 0, share = 0;
+  const auto read = [&] { return stream.Read(buffer, int32_t(first), done); };
+  const auto write = [&] { return stream.Write(argument.data(), int32_t(argument.size()), done); };
+  const auto open = [&] {
+    String name;
+    File& file = static_cast<File&>(stream);
+    return name.Assign(0, path.c_str(), nullptr) &&
+           (std::isdigit(argument[0]) != 0 ? file.Open(name, std::stoi(argument), Core::kShareAll)
+                                           : file.Open(name, argument.c_str()));
+  };
+  const auto parse = [&] { return File::ParseMode(argument.c_str(), mode, share) && share == 7; };
+  const std::map<std::string, std::function<std::string()>> answers = {
+      {"caps", [&] { return std::to_string(stream.GetCaps()); }},
+      {"tell", [&] { return std::to_string(stream.Tell()); }},
+      {"size", [&] { return std::to_string(stream.GetSize()); }},
+      {"eof", [&] { return YesNo(stream.IsEof()); }},
+      {"seek", [&] { return YesNo(stream.Seek(first, second)); }},
+      {"truncate", [&] { return YesNo(stream.Truncate()); }},
+      {"flush", [&] { return YesNo(stream.Flush()); }},
+      {"close", [&] { return YesNo(stream.Close()); }},
+      {"open", [&] { return YesNo(open()); }},
+      {"mode", [&] { return parse() ? std::to_string(mode) : "refused"; }},
+      {"read", [&] { return read() ? std::string(buffer, done) : "refused"; }},
+      {"write", [&] { return write() ? std::to_string(done) : "refused"; }}};
+  return answers.at(operation)();
+}
+
+TEST(Stream, Answers) {
+  for (const auto& [name, kind, before, operations, after] : ReadCases<5>("Core/Streams.txt")) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Path("a file");
+    if (before != "<none>") WriteFile(path, before);
+    MemoryStream memory, borrowed(before.data(), static_cast<uint32_t>(before.size()));
+    File file;
+    const std::map<std::string, Stream*> streams = {
+        {"memory", &memory}, {"borrowed", &borrowed}, {"file", &file}};
+    for (const std::string& word : Words(operations)) {
+      const std::size_t sign = word.find('='), colon = std::min(word.find(':'), sign);
+      const std::string argument = colon < sign ? word.substr(colon + 1, sign - colon - 1) : "";
+      EXPECT_EQ(Answer(*streams.at(kind), path, word.substr(0, colon), argument),
+                word.substr(sign + 1))
+          << name << ": " << word;
+    }
+    const std::string owned(memory.GetData(), memory.GetData() + memory.GetSize());
+    EXPECT_EQ(kind == "memory" ? owned : ReadFile(path), after) << name;
+  }
 }
 
 std::string SomeBytes(std::size_t size) {
   std::string bytes(size, '\0');
   for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 7 + i / 256);
   return bytes;
-}
-
-TEST(MemoryStream, BehavesLikeAStringWithAPosition) {
-  std::minstd_rand random(1);
-  MemoryStream stream;
-  std::string model;
-  std::size_t position = 0;
-  for (int step = 0; step < 20000; ++step) {
-    const int32_t count = static_cast<int32_t>(random() % 20);
-    const uint32_t action = random() % 32;
-    char bytes[20];
-    uint32_t done = 99;
-    if (action < 4) {  // the action is the origin, of which 3 counts as the start
-      const int64_t base = action == 1 ? position : action == 2 ? model.size() : 0;
-      const int64_t target = std::min<int64_t>(base + count * 9 - 80, model.size());
-      ASSERT_TRUE(stream.Seek(target - base, static_cast<int32_t>(action)));
-      position = std::max<int64_t>(target, 0);
-    } else if (action == 4) {
-      ASSERT_TRUE(stream.Truncate());
-      model.resize(position);
-    } else if (action < 16) {
-      ASSERT_TRUE(stream.Read(bytes, count, done));
-      ASSERT_EQ(std::string(bytes, done), model.substr(position, count));
-      position += done;
-    } else {
-      const std::string written = SomeBytes(count);
-      ASSERT_TRUE(WriteExactly(stream, written.data(), count));
-      model.replace(position, count, written);
-      position += count;
-    }
-    ASSERT_EQ(stream.Tell(), int64_t(position));
-    ASSERT_EQ(stream.IsEof(), position == model.size());
-  }
-  EXPECT_EQ(Content(stream), model);
-}
-
-TEST(MemoryStream, KeepsToItsBytesWhereverItIsSentTo) {
-  MemoryStream borrowing("abcd", 4), owning;
-  char byte = 0;
-  uint32_t done = 99;
-  EXPECT_TRUE(borrowing.GetCaps() == 11 && owning.GetCaps() == 15);
-  EXPECT_FALSE(borrowing.Write(&byte, 1, done) || borrowing.Truncate());
-  EXPECT_TRUE(owning.Seek(10, 0) && WriteExactly(owning, "x", 1) && owning.GetSize() == 11);
-  const int64_t rows[][2] = {{-5, 0},
-                             {11, 11},
-                             {INT32_MAX, INT32_MAX},
-                             {1LL << 32, 0},
-                             {1LL << 31, INT32_MIN},
-                             {(5LL << 32) + 10, 10}};
-  for (const auto& [target, position] : rows) {
-    EXPECT_EQ(owning.Seek(target, 0), target <= INT32_MAX);
-    EXPECT_EQ(owning.Tell(), position);
-    EXPECT_TRUE(owning.Read(&byte, 1, done) && done == (position >= 0 && position < 11));
-    const bool writable = position >= 0 && position < INT32_MAX;
-    EXPECT_TRUE(writable || !owning.Write(&byte, 1, done));
-  }
 }
 
 // A step that is refused or short on either side fails the whole, and nothing wrong is written.
@@ -91,29 +91,27 @@ TEST(StreamIo, SucceedsExactlyWhenEveryStepWasWhole) {
       {"copy rest", [](Stream& o, Stream& i, int32_t) { return CopyStream(o, i, -1); }, false},
       {"skip", [](Stream&, Stream& i, int32_t n) { return SkipBytes(i, n); }, true},
       {"zeros", [](Stream& o, Stream&, int32_t n) { return WriteZeros(o, n); }, false}};
-  for (const auto& row : rows) {
-    for (const int32_t size : {0, 1, 8191, 8192, 8193, 16384, 30000}) {
-      const std::string bytes = row.name[0] == 'z' ? std::string(size, '\0') : SomeBytes(size);
-      for (const int64_t limit : {0, 1, 8191, 8192, 8193, 29999, 30000}) {
-        for (const Fault fault : {Fault::kRefuse, Fault::kCut}) {
-          SCOPED_TRACE(testing::Message() << row.name << " " << size << " fault at " << limit);
-          MemoryStream source(bytes.data(), static_cast<uint32_t>(size)), sink;
-          FaultyStream in(source, row.faultInSource ? limit : 1 << 20, fault);
-          FaultyStream out(sink, row.faultInSource ? 1 << 20 : limit, fault);
-          EXPECT_EQ(row.run(out, in, size), limit >= size);
-          const std::string written = Content(sink);
-          EXPECT_TRUE(bytes.compare(0, written.size(), written) == 0);
-          EXPECT_TRUE(limit < size || row.name[0] == 's' || written.size() == bytes.size());
-        }
-      }
-    }
+  const int32_t edges[] = {0, 1, 8191, 8192, 8193, 16384, 30000};
+  for (int run = 0; run < 5 * 7 * 7 * 2; ++run) {
+    const auto& row = rows[run / 98];
+    const int32_t size = edges[run / 14 % 7], limit = edges[run / 2 % 7];
+    const Fault fault = run % 2 == 0 ? Fault::kRefuse : Fault::kCut;
+    SCOPED_TRACE(testing::Message() << row.name << " " << size << " fault at " << limit);
+    const std::string bytes = row.name[0] == 'z' ? std::string(size, '\0') : SomeBytes(size);
+    MemoryStream source(bytes.data(), static_cast<uint32_t>(size)), sink;
+    FaultyStream in(source, row.faultInSource ? limit : 1 << 20, fault);
+    FaultyStream out(sink, row.faultInSource ? 1 << 20 : limit, fault);
+    EXPECT_EQ(row.run(out, in, size), limit >= size);
+    const std::string written(sink.GetData(), sink.GetData() + sink.GetSize());
+    EXPECT_TRUE(bytes.starts_with(written));
+    EXPECT_TRUE(limit < size || row.name[0] == 's' || written == bytes);
   }
 }
 
 TEST(StreamIo, ReadAllReplacesFromASeekableStreamAndAppendsFromAnyOther) {
   for (const int32_t size : {0, 1, 4095, 4096, 4097, 30000}) {
     const std::string bytes = SomeBytes(size);
-    const auto read = [&](int64_t limit, Fault fault, uint32_t caps) -> std::string {
+    const auto read = [&](int32_t limit, Fault fault, uint32_t caps) -> std::string {
       MemoryStream source(bytes.data(), static_cast<uint32_t>(size));
       FaultyStream stream(source, limit, fault, caps);
       ByteArray all;
@@ -121,14 +119,14 @@ TEST(StreamIo, ReadAllReplacesFromASeekableStreamAndAppendsFromAnyOther) {
       return ReadAll(stream, all) ? std::string(all.begin(), all.end()) : "failed";
     };
     EXPECT_EQ(read(size, Fault::kRefuse, ~0u), bytes);
+    EXPECT_EQ(read(size - 1, Fault::kCut, ~0u), size == 0 ? "" : "failed");
     EXPECT_EQ(read(1 << 20, Fault::kRefuse, Core::kReadable), "#" + bytes);
     EXPECT_EQ(read(size, Fault::kRefuse, Core::kReadable), "failed");
     EXPECT_EQ(read(size / 2, Fault::kCut, Core::kReadable), "#" + bytes.substr(0, size / 2));
-    EXPECT_EQ(read(size - 1, Fault::kCut, ~0u), size == 0 ? "" : "failed");
-    MemoryStream nothing;
-    FaultyStream refusing(nothing, size, Fault::kRefuse);
-    EXPECT_EQ(CopyStream(nothing, refusing, -1), size >= 8192);
   }
+  MemoryStream nothing;
+  FaultyStream refusing(nothing, 8191, Fault::kRefuse);
+  EXPECT_FALSE(CopyStream(nothing, refusing, -1));
 }
 
 }  // namespace

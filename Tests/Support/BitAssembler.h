@@ -1,20 +1,25 @@
 // Assembles deflate streams by hand, bit by bit, also such as no encoder would write.
 #pragma once
 
-#include <cstdint>
+#include <algorithm>
+#include <cstdio>
+#include <functional>
 #include <map>
-#include <utility>
-#include <vector>
 
 #include "Compression/DeflateFormat.h"
-
-using Bytes = std::vector<uint8_t>;
+#include "Tests/Support/Cases.h"
 
 class BitAssembler {
  public:
+  BitAssembler() = default;
+  // From the words that Tests/Compression/Streams.txt explains.
+  explicit BitAssembler(const std::string& words) {
+    for (const std::string& word : Words(Unescaped(words))) Word(word);
+  }
+
   // A number of `count` bits, least significant first: counts, extra bits.
   BitAssembler& Number(uint64_t value, int count) {
-    for (int i = 0; i < count; ++i) Bit(uint32_t(value >> i) & 1);
+    for (int i = 0; i < count; ++i) Bit(value >> i & 1);
     return *this;
   }
   // A code of `count` bits, most significant first.
@@ -32,11 +37,10 @@ class BitAssembler {
     return Append(
         {uint8_t(value >> 24), uint8_t(value >> 16), uint8_t(value >> 8), uint8_t(value)});
   }
-  // What follows the header of a stored block.
-  BitAssembler& Stored(const Bytes& bytes) {
-    const uint8_t low = uint8_t(bytes.size());
-    const uint8_t high = uint8_t(bytes.size() >> 8);
-    return Append({low, high, uint8_t(~low), uint8_t(~high)}).Append(bytes);
+  // A whole stored block.
+  BitAssembler& Stored(const Bytes& bytes, bool isFinal = true) {
+    Block(kStoredBlock, isFinal).Append({}).Number(bytes.size(), 16).Number(~bytes.size(), 16);
+    return Append(bytes);
   }
   BitAssembler& Block(uint32_t type, bool isFinal = true) {
     return Number(isFinal, 1).Number(type, 2);
@@ -48,44 +52,54 @@ class BitAssembler {
     return symbol < 280 ? Code(symbol - 256, 7) : Code(0xC0 + symbol - 280, 8);
   }
   BitAssembler& FixedMatch(int length, int distance) {
-    int range = kLengthRangeCount - 1;
-    while (kLengthRanges[range].base > length) --range;
-    Fixed(kFirstLengthSymbol + range)
-        .Number(length - kLengthRanges[range].base, kLengthRanges[range].extraBits);
-    range = kDistanceRangeCount - 1;
-    while (kDistanceRanges[range].base > distance) --range;
-    return Code(range, 5).Number(distance - kDistanceRanges[range].base,
-                                 kDistanceRanges[range].extraBits);
-  }
-  // The head of a final dynamic block up to the code lengths. All 19 code-length symbols get 5
-  // bits, so the code of each is its own number.
-  BitAssembler& DynamicHead(int literalCount, int distanceCount) {
-    Block(kDynamicBlock).Number(literalCount - 257, 5).Number(distanceCount - 1, 5).Number(15, 4);
-    for (int i = 0; i < kCodeLengthSymbols; ++i) Number(5, 3);
-    return *this;
-  }
-  // Code lengths as the run-length coded symbols {symbol, extra bits}.
-  BitAssembler& Lengths(const std::vector<std::pair<int, int>>& runs) {
-    for (const auto& [symbol, extra] : runs) {
-      Code(symbol, 5);
-      if (symbol >= 16) Number(extra, kRepeatRanges[symbol - 16].extraBits);
-    }
-    return *this;
-  }
-  // A whole dynamic header: the code lengths of the symbols that have a code.
-  BitAssembler& Dynamic(std::map<int, int> literals, std::map<int, int> distances) {
-    DynamicHead(kLiteralLengthSymbols, kDistanceSymbols);
-    for (int i = 0; i < kLiteralLengthSymbols; ++i) Code(literals[i], 5);
-    for (int i = 0; i < kDistanceSymbols; ++i) Code(distances[i], 5);
-    return *this;
+    const auto find = [](const auto& ranges, int value) {
+      return std::find_if(ranges.rbegin(), ranges.rend(), [=](auto& r) { return r.base <= value; });
+    };
+    const auto near = find(kLengthRanges, length), far = find(kDistanceRanges, distance);
+    Fixed(285 - int(near - kLengthRanges.rbegin())).Number(length - near->base, near->extraBits);
+    return Code(29 - int(far - kDistanceRanges.rbegin()), 5)
+        .Number(distance - far->base, far->extraBits);
   }
   operator Bytes() const { return bytes_; }
 
  private:
-  void Bit(uint32_t bit) {
+  void Bit(bool bit) {
     if (used_ == 0) bytes_.push_back(0);
-    bytes_.back() |= static_cast<uint8_t>(bit << used_);
+    bytes_.back() |= bit << used_;
     used_ = (used_ + 1) % 8;
+  }
+
+  void Word(const std::string& word) {
+    const std::string kind = word.substr(0, word.find(':'));
+    const std::string rest = word.substr(std::min(word.size(), kind.size() + 1));
+    int a = 0, b = 0;
+    std::sscanf(rest.c_str(), "%d,%d", &a, &b);
+    const std::map<std::string, std::function<void()>> kinds = {
+        {"fixed", [&] { Block(kFixedBlock, rest != "+"); }},
+        {"stored", [&] { Stored(Bytes(rest.begin(), rest.end())); }},
+        {"symbol", [&] { Fixed(a); }},
+        {"match", [&] { FixedMatch(a, b); }},
+        {"dynamic", [&] { DynamicHead(a, b); }},
+        {"repeat", [&] { Code(a, 5).Number(b, kRepeatRanges[a - 16].extraBits); }}};
+    if (kinds.count(kind) > 0) {
+      kinds.at(kind)();
+    } else if (kind == "lengths") {
+      for (const char digit : rest) {
+        if (digit != ',') Code(std::stoi(std::string(1, digit), nullptr, 16), 5);
+      }
+    } else if (word[0] == '\'') {
+      Fixed(static_cast<uint8_t>(word[1]));
+    } else if (word[0] == 'x') {
+      Append(FromHex(word.substr(1)));
+    } else {
+      for (const char bit : word) Bit(bit == '1');
+    }
+  }
+  // A final dynamic block up to the code lengths. All 19 code-length symbols get 5 bits, so the
+  // code of each is its own number.
+  void DynamicHead(int literalCount, int distanceCount) {
+    Block(kDynamicBlock).Number(literalCount - 257, 5).Number(distanceCount - 1, 5).Number(15, 4);
+    for (int i = 0; i < kCodeLengthSymbols; ++i) Number(5, 3);
   }
 
   Bytes bytes_;

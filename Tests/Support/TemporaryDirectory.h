@@ -19,7 +19,6 @@ class TemporaryDirectory {
     std::error_code ignored;
     if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
   }
-
   std::string Path(const std::string& name) const { return (path_ / name).string(); }
 
  private:
@@ -33,6 +32,5 @@ inline void WriteFile(const std::string& path, const std::string& bytes) {
 // "<none>" when there is no such file.
 inline std::string ReadFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  if (!file) return "<none>";
-  return {std::istreambuf_iterator<char>(file), {}};
+  return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "<none>";
 }

@@ -1,0 +1,138 @@
+// Huffman codes: their assignment, decoding and making.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "Compression/BoundedSort.h"
+#include "Compression/CanonicalCode.h"
+#include "Compression/HuffmanCodeTable.h"
+#include "Compression/HuffmanTable.h"
+#include "Core/MemoryStream.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+using Numbers = std::vector<uint32_t>;
+
+TEST(CanonicalCode, AssignsTheExampleOfTheFormatAndRefusesWhatCannotBe) {
+  uint16_t codes[9] = {};
+  const auto assign = [&](const Bytes& lengths) {
+    return AssignCanonicalCodes(lengths.data(), static_cast<int32_t>(lengths.size()), codes);
+  };
+  ASSERT_TRUE(assign({3, 3, 3, 3, 3, 2, 4, 4, 0}));
+  // 010 011 100 101 110 00 1110 1111, first bit lowest.
+  const std::vector<uint16_t> expected = {0b010, 0b110,  0b001,  0b101, 0b011,
+                                          0b00,  0b0111, 0b1111, 0};
+  EXPECT_EQ(std::vector<uint16_t>(codes, codes + 9), expected);
+  EXPECT_TRUE(assign({0, 0}) && assign({2}) && assign({1, 1}) && assign({1, 2, 3, 4, 15}));
+  EXPECT_FALSE(assign({1, 1, 1}) || assign({1, 2, 2, 15}) || assign({1, 16}));
+}
+
+// Lengths of `shortest` bits and more at random, as long as the code space lasts.
+Bytes RandomLengths(std::mt19937& random, int shortest) {
+  Bytes lengths(kLiteralLengthSymbols);
+  int left = 1 << kMaxCodeLength;
+  for (uint8_t& length : lengths) {
+    const int wanted = shortest + random() % (kMaxCodeLength + 1 - shortest);
+    if (random() % 3 == 0 || left < 1 << (kMaxCodeLength - wanted)) continue;
+    length = static_cast<uint8_t>(wanted);
+    left -= 1 << (kMaxCodeLength - wanted);
+  }
+  return lengths;
+}
+
+// Against the list of all patterns.
+TEST(HuffmanTable, KnowsEveryPattern) {
+  constexpr uint32_t kPatterns = 1 << kMaxCodeLength;
+  std::mt19937 random(1);
+  HuffmanTable table;  // one for all, as the decoder rebuilds its tables
+  for (int round = 0; round < 60; ++round) {
+    const Bytes lengths = RandomLengths(random, 1 + round / 4);
+    uint16_t codes[kLiteralLengthSymbols];
+    ASSERT_TRUE(AssignCanonicalCodes(lengths.data(), kLiteralLengthSymbols, codes));
+    std::vector<int> symbols(kPatterns, -1);
+    for (int symbol = 0; symbol < kLiteralLengthSymbols; ++symbol) {
+      for (uint32_t bits = codes[symbol]; lengths[symbol] > 0 && bits < kPatterns;
+           bits += 1 << lengths[symbol]) {
+        symbols[bits] = symbol;
+      }
+    }
+    ASSERT_TRUE(table.Build(lengths.data(), kLiteralLengthSymbols));
+    for (uint32_t bits = 0; bits < kPatterns; bits += 1 + round % 7) {
+      const int symbol = std::max(symbols[bits], 0);  // 0 where no code begins so
+      const auto entry = table.Find(bits & ((1u << table.MaxLength()) - 1));
+      ASSERT_EQ(entry.symbol, symbol);
+      ASSERT_EQ(entry.length, lengths[symbol]);
+
+      const uint8_t bytes[] = {uint8_t(bits), uint8_t(bits >> 8)};
+      Core::MemoryStream stream(bytes, 2);
+      BitReader reader(&stream);
+      ASSERT_EQ(table.ReadSymbol(reader), symbol);
+      const int left = reader.Cursor().bitCount + 8 * reader.Cursor().BytesLeft();
+      ASSERT_TRUE(symbols[bits] < 0 || 16 - left == lengths[symbol]);
+    }
+  }
+}
+
+TEST(HuffmanCodeTable, FindsTheLengthsOfCodes) {
+  const struct {
+    const char* name;
+    int32_t limit;
+    Numbers frequencies, lengths;
+  } rows[] = {
+      {"none: the last and its lower neighbour", 7, {0, 0, 0, 0}, {0, 0, 1, 1}},
+      {"one: paired with the upper neighbour", 7, {0, 7, 0, 0}, {0, 1, 1, 0}},
+      {"the last one: paired with the lower", 7, {0, 0, 0, 7}, {0, 0, 1, 1}},
+      {"an alphabet of one", 7, {5}, {0}},
+      {"equal: leaves merge in symbol order before inner nodes", 7, {1, 1, 1}, {2, 2, 1}},
+      {"a leaf before an inner node of its weight", 7, {1, 1, 2, 2}, {2, 2, 2, 2}},
+      {"Fibonacci", 7, {1, 1, 2, 3, 5}, {4, 4, 3, 2, 1}},
+      {"... at the limit", 4, {1, 1, 2, 3, 5}, {4, 4, 3, 2, 1}},
+      {"... above it", 3, {1, 1, 2, 3, 5}, {3, 3, 3, 3, 1}},
+      {"... far above it", 4, {34, 1, 21, 13, 1, 3, 8, 2, 5}, {1, 4, 4, 4, 4, 4, 4, 4, 4}},
+      {"... as far as can be", 3, {1, 21, 1, 13, 3, 8, 2, 5}, {3, 3, 3, 3, 3, 3, 3, 3}},
+      {"... beside equal ones",
+       5,
+       {1, 1, 2, 3, 5, 8, 13, 13, 13, 13, 40},
+       {4, 5, 5, 5, 5, 4, 3, 3, 3, 3, 2}},
+  };
+  for (const auto& row : rows) {
+    HuffmanCodeTable table;
+    const int32_t count = static_cast<int32_t>(row.frequencies.size());
+    table.BuildFromFrequencies(row.frequencies.data(), count, row.limit);
+    Numbers lengths;
+    for (int32_t i = 0; i < count; ++i) lengths.push_back(table.LengthOf(i));
+    EXPECT_EQ(lengths, row.lengths) << row.name;
+  }
+}
+// The order that the sort leaves equal records in decides bytes, so it is pinned.
+TEST(BoundedSort, LeavesEqualRecordsInItsOwnOrder) {
+  struct Record {
+    int key;
+    char name;
+    bool operator<(const Record& other) const { return key < other.key; }
+    bool operator==(const Record& other) const { return key == other.key; }
+  };
+  Record records[] = {{2, 'a'}, {1, 'b'}, {2, 'c'}, {1, 'd'}, {2, 'e'}, {1, 'f'}, {3, 'g'}};
+  BoundedSort(records, 0, 6, 0);
+  std::string order;
+  for (const Record& record : records) order += record.name;
+  EXPECT_EQ(order, "bfdcaeg");
+  int numbers[] = {1, 2};
+  EXPECT_EXIT(BoundedSort(numbers, 0, 1, 257), testing::ExitedWithCode(1), "^$");
+}
+
+TEST(HuffmanCodeTable, DumpsItsTreeLeftToRight) {
+  HuffmanCodeTable table;
+  table.BuildFromFrequencies(Numbers{4, 1, 2}.data(), 3, 15);
+  testing::internal::CaptureStdout();
+  table.DumpTree(table.Root(), 0);
+  table.DumpTree(-1, 0);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "        Leaf 1\n    Node 3\n        Leaf 2\nNode 4\n    Leaf 0\n");
+}
+
+}  // namespace

@@ -1,0 +1,141 @@
+// PNG files, read and written.
+
+#include <gtest/gtest.h>
+#include <strings.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <tuple>
+
+#include "Core/MemoryStream.h"
+#include "Image/PngDecoder.h"
+#include "Image/PngEncoder.h"
+#include "Image/PngHeader.h"
+#include "Tests/Support/FaultyStream.h"
+#include "Tests/Support/PngBuilder.h"
+
+namespace {
+
+// What the decoder makes of a file: "refused", or the pixels as text.
+std::string Decoded(Bytes file) {
+  const int64_t end = static_cast<int64_t>(file.size());
+  file.resize(file.size() + 5);
+  Core::MemoryStream in(file.data(), static_cast<uint32_t>(file.size()));
+  Bitmap bitmap(2, 2);
+  const bool isLoaded = LoadPng(in, bitmap);
+  EXPECT_TRUE(isLoaded ? in.Tell() == end : bitmap.Width() + bitmap.Height() == 0);
+  std::string pixels;
+  for (int32_t i = 0; i < bitmap.Width() * bitmap.Height(); ++i) {
+    char text[10];
+    std::snprintf(text, sizeof text, " %08X", bitmap.Row(0)[i]);
+    pixels += text;
+  }
+  return isLoaded ? pixels : " refused";
+}
+
+// A file from chunks as in Files.txt.
+Bytes FileOf(const std::string& format, const std::string& chunks, const Bytes& imageData) {
+  const std::map<std::string, int> colorTypes = {{"grey", 0},  {"rgb", 2},  {"palette", 3},
+                                                 {"greya", 4}, {"rgba", 6}, {"type1", 1},
+                                                 {"type5", 5}};
+  const std::vector<std::string> words = Words(chunks), formatWords = Words(format);
+  const int colorType = colorTypes.at(formatWords[0]), bitDepth = std::stoi(formatWords[1]);
+  Bytes stream = PngBuilder::Zlib(imageData);
+  const auto isData = [](const std::string& word) { return strcasecmp(word.c_str(), "IDAT") == 0; };
+  auto piecesLeft = std::count_if(words.begin(), words.end(), isData);
+  PngBuilder file;
+  for (const std::string& word : words) {
+    const std::string value = word.size() > 5 ? word.substr(5) : "";
+    Bytes data;
+    if (isData(word)) {
+      const auto end = --piecesLeft == 0 ? stream.end() : stream.begin() + 5;
+      data.assign(stream.begin(), end);
+      stream.erase(stream.begin(), end);
+    } else if (value.find('x') != value.npos) {
+      uint32_t width = 0, height = 0;
+      std::sscanf(value.c_str(), "%ux%u", &width, &height);
+      data = PngBuilder::Header(width, height, bitDepth, colorType, formatWords.size() > 2);
+    } else {
+      data = FromHex(Unescaped(value));
+    }
+    file.Chunk(word.substr(0, 4), data);
+  }
+  return file;
+}
+
+TEST(PngDecoder, ReadsAndRefusesFiles) {
+  for (const auto& [name, format, chunks, imageData, pixels] : ReadCases<5>("Image/Files.txt")) {
+    std::string data, expected;
+    for (const std::string& part : Words(imageData)) data += Unescaped(part);
+    for (const std::string& pixel : Words(pixels)) {
+      expected += ' ' + (pixel.size() == 2 ? "FF" + pixel + pixel + pixel : pixel);
+    }
+    const Bytes file = FileOf(format, chunks, data.empty() ? Bytes(5) : FromHex(data));
+    EXPECT_EQ(Decoded(file), expected) << name;
+  }
+}
+
+TEST(PngDecoder, RefusesEveryCutAndEveryDamage) {
+  const Bytes file = FileOf("grey 8", "IHDR=1x1 tRNS=0000 IDAT tEXt=010203 IEND", Bytes(2));
+  ASSERT_EQ(Decoded(file), " 00000000");
+  for (std::size_t i = 0; i < 8 * file.size(); ++i) {
+    Core::MemoryStream cut(file.data(), static_cast<uint32_t>(i / 8));
+    Bitmap bitmap;
+    EXPECT_FALSE(LoadPng(cut, bitmap)) << i / 8;
+    Bytes damaged = file;
+    damaged[i / 8] ^= 1 << i % 8;
+    EXPECT_EQ(Decoded(damaged), " refused") << i;
+  }
+}
+
+TEST(PngHeader, AllowsSizesThatCanBeWritten) {
+  const std::tuple<uint32_t, uint32_t, bool> rows[] = {
+      {536870911, 1, true},   {536870912, 1, false},          {23170, 23170, true},
+      {23171, 23170, false},  {0, 0x7FFFFFFE, true},          {0, 0x7FFFFFFF, false},
+      {0xFFFFFFFF, 0, false}, {0x7FFFFFFE, 0, true},          {65536, 65536, false},
+      {0x7FFFFFFE, 1, false}, {0x7FFFFFFE, 0x7FFFFFFE, false}};
+  for (const auto& [width, height, isAllowed] : rows) {
+    const Bytes data = PngBuilder::Header(width, height, 1, kPngGrey, 0);
+    PngHeader header;
+    EXPECT_EQ(ParsePngHeader(data.data(), 13, header), isAllowed) << width << " x " << height;
+  }
+}
+
+Bytes Saved(const Bitmap& bitmap) {
+  Core::MemoryStream out;
+  EXPECT_TRUE(SavePng(out, bitmap));
+  return Bytes(out.GetData(), out.GetData() + out.GetSize());
+}
+
+TEST(PngEncoder, WritesTheseBytes) {
+  Bitmap pixel(1, 1);
+  pixel.Row(0)[0] = 0x80FF0102;
+  const std::pair<Bitmap, const char*> rows[] = {
+      {pixel, "x78DA fixed symbol:0 symbol:255 symbol:1 symbol:2 symbol:128 symbol:256 x04880183"},
+      {Bitmap(5, 0), "x78DA fixed symbol:256 x00000001"}};
+  for (const auto& [bitmap, imageData] : rows) {
+    const Bytes header = PngBuilder::Header(bitmap.Width(), bitmap.Height(), 8, 6, 0);
+    EXPECT_EQ(Saved(bitmap), Bytes(PngBuilder()
+                                       .Chunk("IHDR", header)
+                                       .Chunk("IDAT", BitAssembler(imageData))
+                                       .Chunk("IEND", {})));
+  }
+}
+
+TEST(PngEncoder, ReportsARefusalAtEveryByte) {
+  Bitmap bitmap(9, 7);
+  for (int i = 0; i < 63; ++i) bitmap.Row(0)[i] = i % 5 * 0x87654321u;
+  const Bytes whole = Saved(bitmap);
+  for (Fault fault : {Fault::kRefuse, Fault::kCut}) {
+    for (std::size_t limit = 0; limit < whole.size(); ++limit) {
+      Core::MemoryStream out;
+      FaultyStream faulty(out, static_cast<int64_t>(limit), fault);
+      EXPECT_FALSE(SavePng(faulty, bitmap)) << limit;
+      EXPECT_TRUE(out.GetSize() <= static_cast<int64_t>(limit) &&
+                  std::equal(out.GetData(), out.GetData() + out.GetSize(), whole.begin()));
+    }
+  }
+}
+
+}  // namespace

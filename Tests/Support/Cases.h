@@ -1,0 +1,63 @@
+// Tables of cases in text files, for tests whose rows are data: a row a case, its cells parted by
+// bars, its name in the first. Lines that begin with # are for the reader.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+using Bytes = std::vector<uint8_t>;
+
+// The parts between separators, without blanks around; between blanks only those that are not
+// empty.
+inline std::vector<std::string> Words(const std::string& text, char separator = ' ') {
+  std::istringstream stream(text);
+  std::vector<std::string> words;
+  for (std::string word; std::getline(stream >> std::ws, word, separator);) {
+    words.push_back(word.substr(0, word.find_last_not_of(' ') + 1));
+  }
+  return words;
+}
+
+inline Bytes FromHex(const std::string& digits) {
+  Bytes bytes;
+  for (std::size_t i = 0; i < digits.size(); i += 2) {
+    bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+  }
+  return bytes;
+}
+
+// The text with \xHH in it replaced by that byte, and then a*3 by aaa.
+inline std::string Unescaped(std::string text) {
+  std::size_t at = 0;
+  for (; (at = text.find("\\x", at)) != text.npos; ++at) {
+    text.replace(at, 4, 1, static_cast<char>(FromHex(text.substr(at + 2, 2))[0]));
+  }
+  while ((at = text.find('*')) != text.npos) {
+    std::size_t digits = 0;
+    const int times = std::stoi(text.substr(at + 1), &digits);
+    text.replace(at - 1, digits + 2, times, text[at - 1]);
+  }
+  return text;
+}
+
+// The rows of a file below Tests/, with so many cells; those at the end of a row may be missing.
+template <std::size_t kCells>
+std::vector<std::array<std::string, kCells>> ReadCases(const std::string& file) {
+  std::ifstream lines(HALOMEND_TEST_DATA + file);
+  std::vector<std::array<std::string, kCells>> rows;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    const std::vector<std::string> cells = Words(line, '|');
+    EXPECT_LE(cells.size(), kCells) << line;
+    std::copy_n(cells.begin(), std::min(cells.size(), kCells), rows.emplace_back().begin());
+  }
+  EXPECT_FALSE(rows.empty()) << file;
+  return rows;
+}
