@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <random>
 
 #include "Compression/Inflater.h"
 #include "Core/MemoryStream.h"
@@ -48,6 +49,15 @@ TEST(DeflateEncoder, ABlockWithoutMatchesDeclaresAllDistances) {
   EXPECT_EQ(deflated[1] & kDistanceCountMinusOne, 31);
 }
 
+// The two seeds were searched for: their data lies at the edges of the choice.
+Bytes BytesBelow(int bound, std::size_t size, uint32_t seed) {
+  std::mt19937 random(seed);
+  random.discard(2);
+  Bytes data(size);
+  for (uint8_t& byte : data) byte = static_cast<uint8_t>(random() % bound);
+  return data;
+}
+
 TEST(DeflateEncoder, ChoosesTheCheapestKindOfBlock) {
   const struct {
     const char* name;
@@ -58,6 +68,8 @@ TEST(DeflateEncoder, ChoosesTheCheapestKindOfBlock) {
       {"a few letters", {'a', 'b', 'c'}, 1},
       {"noise", MakeData(DataKind::kNoise, 20000, 1), 0},
       {"skewed", MakeData(DataKind::kSkewed, 20000, 1), 2},
+      {"stored and dynamic of one size", BytesBelow(210, 1172, 785), 0},
+      {"dynamic smaller but for its base cost", BytesBelow(97, 192, 42), 1},
   };
   for (const auto& row : rows) {
     const Bytes deflated = Compressed(row.data, 9);
@@ -65,6 +77,26 @@ TEST(DeflateEncoder, ChoosesTheCheapestKindOfBlock) {
     EXPECT_EQ(deflated[0] >> 1 & 3, row.type) << row.name;
   }
   EXPECT_EQ(Compressed({}, 9), (Bytes{0x03, 0x00}));
+}
+
+// More than one block, some with a match pending at their end and short matches rewritten.
+TEST(DeflateEncoder, RoundTripsThroughManyBlocks) {
+  for (DataKind kind : kAllDataKinds) {
+    const Bytes data = MakeData(kind, 300000, 1);
+    for (int32_t level : {9, 8}) ASSERT_EQ(InflatedByUs(Compressed(data, level)), data);
+  }
+}
+
+// A match may reach back 32,768 bytes and no more.
+TEST(DeflateEncoder, ReachesBackAsFarAsTheFormatAllows) {
+  std::size_t sizes[2];
+  for (std::size_t further : {0, 1}) {
+    Bytes data = MakeData(DataKind::kNoise, 100, 3);
+    data.resize(32768 + further, 7);
+    data.insert(data.end(), data.begin(), data.begin() + 100);
+    sizes[further] = Compressed(data, 9).size();
+  }
+  EXPECT_LT(sizes[0] + 80, sizes[1]);
 }
 
 // abc, then bcd later found longer: the lazy parser emits a literal and the longer match.

@@ -50,6 +50,7 @@ TEST_F(HeapTest, RefusesWhatItCannotServe) {
   EXPECT_TRUE(heap_.AddSegment(0x2010000 - 40, 1));
   EXPECT_EQ(SegmentArena::Mapped(), 0x2020000u);
   EXPECT_EQ(Alloc(0x2020000), nullptr);  // no second segment
+  EXPECT_FALSE(heap_.ResizeInPlace(nullptr, 8) || heap_.ResizeInPlace(this, 8));
 }
 
 TEST_F(HeapTest, GivesEightBytesOfAlignmentToTheBlockBefore) {
@@ -78,21 +79,6 @@ TEST_F(HeapTest, PrefersTheLowerEndOfABucket) {
   for (int i = 0; i < 8; ++i) blocks.push_back(Alloc(100));
   for (const size_t index : {2, 6, 4, 0}) EXPECT_TRUE(heap_.FreeBlock(blocks[index]));
   for (const size_t index : {0, 2, 4, 6}) EXPECT_EQ(Alloc(100), blocks[index]);
-}
-
-TEST_F(HeapTest, ResizesInPlaceOnlyIntoAFreeSuccessor) {
-  void* block = Alloc(100);
-  void* next = Alloc(200);
-  void* fence = Alloc(8);
-  EXPECT_FALSE(heap_.ResizeInPlace(block, 112));
-  EXPECT_TRUE(heap_.FreeBlock(next));
-  EXPECT_FALSE(heap_.ResizeInPlace(block, 104 + 16 + 200 + 1));
-  EXPECT_EQ(heap_.UsableSize(block), 104u);
-  EXPECT_TRUE(heap_.ResizeInPlace(block, 104 + 16 + 200));
-  EXPECT_TRUE(heap_.ResizeInPlace(fence, heap_.UsableSize(fence) + 16 + Stats().maxFreeSize));
-  EXPECT_FALSE(heap_.ResizeInPlace(fence, Stats().maxAllocSize + 1));  // the sentinel follows
-  EXPECT_FALSE(heap_.ResizeInPlace(block, Heap::kMaxSize + 1));
-  EXPECT_FALSE(heap_.ResizeInPlace(nullptr, 8) || heap_.ResizeInPlace(&block, 8));
 }
 
 // Damages each header word and link in turn; blocks begin at words 0, 10 (free) and 20.
