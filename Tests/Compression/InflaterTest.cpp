@@ -48,7 +48,8 @@ struct Inflated {
 
 TEST(Inflater, AcceptsAndRefuses) {
   const std::map<std::string, int32_t> formats = {{"raw", 0}, {"zlib", kZlib}, {"gzip", kGzip}};
-  for (const auto& [name, format, words, output] : ReadCases<4>("Compression/Streams.txt")) {
+  for (const auto& [name, format, words, output] :
+       ReadCases<4>(HALOMEND_TEST_DATA "Compression/Streams.txt")) {
     const Inflated result(formats.at(format), BitAssembler(words));
     EXPECT_EQ(result.succeeded, output != "refused") << name;
     std::string text(result.output.begin(), result.output.end());

@@ -53,7 +53,8 @@ std::string Answer(Stream& stream, const std::string& path, const std::string& o
 }
 
 TEST(Stream, Answers) {
-  for (const auto& [name, kind, before, operations, after] : ReadCases<5>("Core/Streams.txt")) {
+  for (const auto& [name, kind, before, operations, after] :
+       ReadCases<5>(HALOMEND_TEST_DATA "Core/Streams.txt")) {
     const TemporaryDirectory directory;
     const std::string path = directory.Path("a file");
     if (before != "<none>") WriteFile(path, before);

@@ -65,7 +65,8 @@ Bytes FileOf(const std::string& format, const std::string& chunks, const Bytes& 
 }
 
 TEST(PngDecoder, ReadsAndRefusesFiles) {
-  for (const auto& [name, format, chunks, imageData, pixels] : ReadCases<5>("Image/Files.txt")) {
+  for (const auto& [name, format, chunks, imageData, pixels] :
+       ReadCases<5>(HALOMEND_TEST_DATA "Image/Files.txt")) {
     std::string data, expected;
     for (const std::string& part : Words(imageData)) data += Unescaped(part);
     for (const std::string& pixel : Words(pixels)) {

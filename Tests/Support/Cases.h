@@ -47,10 +47,10 @@ inline std::string Unescaped(std::string text) {
   return text;
 }
 
-// The rows of a file below Tests/, with so many cells; those at the end of a row may be missing.
+// The rows of a file, with so many cells; those at the end of a row may be missing.
 template <std::size_t kCells>
 std::vector<std::array<std::string, kCells>> ReadCases(const std::string& file) {
-  std::ifstream lines(HALOMEND_TEST_DATA + file);
+  std::ifstream lines(file);
   std::vector<std::array<std::string, kCells>> rows;
   for (std::string line; std::getline(lines, line);) {
     if (line.empty() || line[0] == '#') continue;

@@ -47,7 +47,7 @@ TEST(Application, Runs) {
                        {"question", "output filename (b) already exists, overwrite? (y/n)\n"},
                        {"usage", ReadFile(HALOMEND_TEST_DATA "Tool/Usage.txt")}};
   for (const auto& [name, typed, answer, before, after, status, says, complains] :
-       ReadCases<8>("Tool/Runs.txt")) {
+       ReadCases<8>(HALOMEND_TEST_DATA "Tool/Runs.txt")) {
     SCOPED_TRACE(name);
     const TemporaryDirectory directory, streams;
     const Texts filesBefore = FilesOf(before);
