@@ -88,7 +88,8 @@ TEST(Inflater, DecodesASymbolOf48Bits) {
   }
 }
 
-// Some 200,000 bytes with matches that reach as far back as they can or to the window's ends.
+// Some 200,000 bytes with matches that end at the window's end, or are copied from there or from as
+// far back as can be.
 TEST(Inflater, DecodesALongStreamHoweverItIsCutUp) {
   std::mt19937 random(7);
   Bytes output(1500, 'a');
@@ -96,9 +97,9 @@ TEST(Inflater, DecodesALongStreamHoweverItIsCutUp) {
   bits.Stored(output, false).Block(kFixedBlock);
   for (int token = 0; token < 1500; ++token) {
     bits.Fixed(output.emplace_back(random()));
-    const int length = token % 5 == 0 ? 258 : 3 + random() % 256;
-    const int toWindowEnd = int(output.size() % 32768) + length + token % 5 - 2;
-    const int wanted = token % 2 == 0 ? 32768 : toWindowEnd;
+    const int place = int(output.size() % 32768), left = 32768 - place;
+    const int length = left > 2 && left <= 258 ? left : 258 - random() % 256 * (token % 5 > 0);
+    const int wanted = token % 2 == 0 ? 32768 : place + length + token % 5 - 2;
     const int distance = std::min({wanted, 32768, int(output.size())});
     bits.FixedMatch(length, distance);
     for (int i = 0; i < length; ++i) output.push_back(output.end()[-distance]);
