@@ -130,4 +130,15 @@ TEST(StreamIo, ReadAllReplacesFromASeekableStreamAndAppendsFromAnyOther) {
   EXPECT_FALSE(CopyStream(nothing, refusing, -1));
 }
 
+TEST(File, OpensByAModeStringFromItsConstructionOn) {
+  const TemporaryDirectory directory;
+  String path;
+  ASSERT_TRUE(path.Assign(0, directory.Path("made").c_str(), nullptr));
+  EXPECT_EQ(File(path, "r").GetCaps(), 0u);
+  EXPECT_EQ(File(path, static_cast<const char*>(nullptr)).GetCaps(), 0u);
+  EXPECT_EQ(File(path, "x").GetCaps(), 0u);  // neither reading nor writing
+  EXPECT_EQ(File(path, "w+").GetCaps(), 15u);
+  EXPECT_EQ(File(path, "rb").GetCaps(), 11u);
+}
+
 }  // namespace
