@@ -41,6 +41,12 @@ TEST(GlobalHeap, MallocAlignsAndCallocZeroes) {
   HeapFree(block);
   EXPECT_EQ(HeapCalloc(SIZE_MAX / 2 + 2, 2), nullptr);
   HeapFree(HeapCalloc(0, 100));
+  void* const least = HeapAllocate(16, 8);  // the least block that is listed when it is free
+  void* const fence = HeapAllocate(16, 8);
+  HeapFree(least);
+  EXPECT_EQ(HeapAllocate(16, 8), least);
+  HeapFree(least);
+  HeapFree(fence);
   EXPECT_EQ(InUse(), 0u);
 }
 
