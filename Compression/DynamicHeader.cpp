@@ -9,14 +9,18 @@ namespace {
 constexpr int32_t kEstimateBase = 26;
 
 // The fewest and most lengths that one repeat symbol stands for.
-constexpr int32_t kMinRepeat = 3;
-constexpr int32_t kMaxLengthRepeat = 6;
-constexpr int32_t kMinLongZeros = 11;
-constexpr int32_t kMaxLongZeros = 138;
+constexpr DeflateRange RepeatRange(int32_t symbol) {
+  return kRepeatRanges[symbol - kRepeatPreviousLength];
+}
+constexpr int32_t Most(DeflateRange range) { return range.base + (1 << range.extraBits) - 1; }
+constexpr int32_t kMinRepeat = RepeatRange(kRepeatPreviousLength).base;
+constexpr int32_t kMaxLengthRepeat = Most(RepeatRange(kRepeatPreviousLength));
+constexpr int32_t kMinLongZeros = RepeatRange(kRepeatZeroLong).base;
+constexpr int32_t kMaxLongZeros = Most(RepeatRange(kRepeatZeroLong));
+static_assert(kMinRepeat == 3 && kMaxLengthRepeat == 6 && kMaxLongZeros == 138);
 
 int32_t ExtraBitsOf(int32_t symbol) {
-  return symbol < kRepeatPreviousLength ? 0
-                                        : kRepeatRanges[symbol - kRepeatPreviousLength].extraBits;
+  return symbol < kRepeatPreviousLength ? 0 : RepeatRange(symbol).extraBits;
 }
 
 // How many of the first `all` symbols must be declared so that none with a code is left out.

@@ -31,7 +31,7 @@ inline Bytes MakeData(DataKind kind, std::size_t size, uint32_t seed) {
       case DataKind::kPeriodThree:
         data[i] = i >= 3 && r % 97 != 0 ? data[i - 3] : static_cast<uint8_t>(r >> 16);
         break;
-      case DataKind::kDistantCopies:  // three and four bytes from far back, between noise
+      case DataKind::kDistantCopies:  // four bytes from far back, between noise
         data[i] = i >= 30000 && i / 4 % 2 == 0 ? data[i - 30000] : static_cast<uint8_t>(r >> 8);
         break;
       case DataKind::kSkewed: {
