@@ -10,13 +10,14 @@
 
 #include "Core/FatalExit.h"
 
+constexpr int32_t kMaxSortDepth = 256;
+
 // Sorts records[low..high], both included, by `<` and `==` of the record type. `depth` counts the
-// passes above this one and starts at 0; beyond 256 the process ends with status 1.
+// passes above this one and starts at 0; beyond kMaxSortDepth the process ends with status 1.
 template <typename Record>
 void BoundedSort(Record* records, int32_t low, int32_t high, int32_t depth) {
-  constexpr int32_t kMaxDepth = 256;
   for (;;) {
-    if (depth > kMaxDepth) FatalExit("Sort recursion too deep!", 1);
+    if (depth > kMaxSortDepth) FatalExit("Sort recursion too deep!", 1);
     if (low >= high) return;
     std::swap(records[(low + high) / 2], records[high]);
     const Record pivot = records[high];

@@ -6,10 +6,18 @@
 
 namespace {
 
+constexpr std::array<uint8_t, 256> kReversedBytes = [] {
+  std::array<uint8_t, 256> table{};
+  for (uint32_t byte = 0; byte < 256; ++byte) {
+    for (int32_t i = 0; i < 8; ++i) table[byte] |= (byte >> i & 1) << (7 - i);
+  }
+  return table;
+}();
+
+// Requires: 1 <= length <= 16.
 uint16_t ReverseBits(uint32_t code, int32_t length) {
-  uint32_t reversed = 0;
-  for (int32_t i = 0; i < length; ++i) reversed |= (code >> i & 1) << (length - 1 - i);
-  return static_cast<uint16_t>(reversed);
+  const uint32_t reversed = kReversedBytes[code & 0xFF] << 8 | kReversedBytes[code >> 8];
+  return static_cast<uint16_t>(reversed >> (16 - length));
 }
 
 }  // namespace

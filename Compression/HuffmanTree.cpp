@@ -4,24 +4,16 @@
 
 #include "Compression/BoundedSort.h"
 
-namespace {
-
-// Above every symbol, so that an inner node comes out of the heap after the leaves of its
-// frequency.
-constexpr uint32_t kInnerTieKey = 0x10000;
-
-}  // namespace
-
 void HuffmanTree::Build(const uint32_t* frequencies, int32_t symbolCount, int32_t maxLength,
                         uint8_t* lengths) {
   TakeLeaves(frequencies, symbolCount);
-  BoundedSort(leaves_.data(), 0, leafCount_ - 1, 0);
+  SortLeaves();
   MergeAll();
   FillByLength();
   LimitLengths(maxLength);
   std::fill_n(lengths, symbolCount, uint8_t{0});
   for (int32_t i = 0; i < leafCount_; ++i) {
-    lengths[leaves_[byLength_[i].leaf].symbol] = byLength_[i].length;
+    lengths[SymbolOf(leaves_[byLength_[i].leaf])] = byLength_[i].length;
   }
 }
 
@@ -31,43 +23,54 @@ void HuffmanTree::TakeLeaves(const uint32_t* frequencies, int32_t symbolCount) {
     uint32_t frequency = frequencies[symbol];
     const bool isLastResort = leafCount_ == 0 && symbol == symbolCount - 1;
     if (frequency == 0 && isLastResort) frequency = 1;
-    if (frequency != 0) leaves_[leafCount_++] = {frequency, symbol, kNone};
+    if (frequency != 0) leaves_[leafCount_++] = MakeLeaf(frequency, symbol);
   }
   if (leafCount_ == 1) {
-    const int32_t symbol = leaves_[0].symbol;
+    const int32_t symbol = SymbolOf(leaves_[0]);
     const int32_t neighbour = symbol + 1 < symbolCount ? symbol + 1 : symbol - 1;
-    if (neighbour >= 0) leaves_[leafCount_++] = {1, neighbour, kNone};
+    if (neighbour >= 0) leaves_[leafCount_++] = MakeLeaf(1, neighbour);
+  }
+}
+
+// No two leaves are equal, so any sort gives this order. But BoundedSort, which is slower, ends the
+// process for some orders of many leaves. Each of its passes takes one record away at least and
+// needs two, so it cannot get too deep with kMaxSortDepth + 1 of them.
+void HuffmanTree::SortLeaves() {
+  if (leafCount_ > kMaxSortDepth + 1) {
+    BoundedSort(leaves_.data(), 0, leafCount_ - 1, 0);
+  } else {
+    std::sort(leaves_.begin(), leaves_.begin() + leafCount_);
   }
 }
 
 // Joins the two least frequent nodes until one is left, the root.
 void HuffmanTree::MergeAll() {
-  nodeCount_ = 0;
-  heapSize_ = 0;
+  // In ascending order the leaves are a heap already.
   for (int32_t i = 0; i < leafCount_; ++i) {
-    Leaf& leaf = leaves_[i];
-    leaf.node = nodeCount_++;
-    nodes_[leaf.node] = {kNone, kNone, kNone, leaf.symbol};
-    Push({leaf.frequency, static_cast<uint32_t>(leaf.symbol), leaf.node});
+    const int32_t symbol = SymbolOf(leaves_[i]);
+    nodes_[i] = {kNone, kNone, kNone, symbol};
+    heap_[i] = MakeRecord(leaves_[i] >> 32, static_cast<uint64_t>(symbol), i);
   }
+  nodeCount_ = leafCount_;
+  heapSize_ = leafCount_;
   while (heapSize_ > 1) {
     const HeapRecord least = Pop();
     const HeapRecord second = Pop();
     const int32_t joined = nodeCount_++;
-    nodes_[joined] = {kNone, least.node, second.node, kNone};
-    nodes_[least.node].parent = joined;
-    nodes_[second.node].parent = joined;
-    Push({least.frequency + second.frequency, kInnerTieKey, joined});
+    nodes_[joined] = {kNone, NodeOf(least), NodeOf(second), kNone};
+    nodes_[NodeOf(least)].parent = joined;
+    nodes_[NodeOf(second)].parent = joined;
+    Push(MakeRecord(FrequencyOf(least) + FrequencyOf(second), kInnerTieKey, joined));
   }
-  root_ = heap_[0].node;
+  root_ = NodeOf(heap_[0]);
 }
 
 // Deliberate, here and in Pop: two inner nodes of one frequency compare equal, so a record moves
 // only past one that is strictly greater, and of two equal children the left one is taken. Other
 // choices give other trees.
-void HuffmanTree::Push(const HeapRecord& record) {
+void HuffmanTree::Push(HeapRecord record) {
   int32_t place = heapSize_++;
-  while (place > 0 && record < heap_[(place - 1) / 2]) {
+  while (place > 0 && IsLess(record, heap_[(place - 1) / 2])) {
     heap_[place] = heap_[(place - 1) / 2];
     place = (place - 1) / 2;
   }
@@ -77,30 +80,41 @@ void HuffmanTree::Push(const HeapRecord& record) {
 HuffmanTree::HeapRecord HuffmanTree::Pop() {
   const HeapRecord least = heap_[0];
   const HeapRecord moved = heap_[--heapSize_];
-  int32_t place = 0;
-  for (int32_t child = 1; child < heapSize_; child = 2 * place + 1) {
-    if (child + 1 < heapSize_ && heap_[child + 1] < heap_[child]) ++child;
-    if (!(heap_[child] < moved)) break;
-    heap_[place] = heap_[child];
+  // The hole goes down to a leaf and the moved record up from there: it came from the bottom, so
+  // that is the shorter way. Records do not descend along the path, so it comes to stand where it
+  // would on the way down: behind the last one that is less.
+  HeapRecord* const heap = heap_.data();
+  const uint32_t size = static_cast<uint32_t>(heapSize_);
+  uint32_t place = 0;
+  uint32_t child = 1;
+  while (child + 1 < size) {
+    const HeapRecord left = heap[child];
+    const HeapRecord right = heap[child + 1];
+    const bool isRight = IsLess(right, left);
+    heap[place] = isRight ? right : left;
+    place = child + isRight;
+    child = 2 * place + 1;
+  }
+  if (child < size) {
+    heap[place] = heap[child];
     place = child;
   }
-  heap_[place] = moved;
+  while (place > 0 && !IsLess(heap[(place - 1) / 2], moved)) {
+    heap[place] = heap[(place - 1) / 2];
+    place = (place - 1) / 2;
+  }
+  heap[place] = moved;
   return least;
 }
 
-int32_t HuffmanTree::Depth(int32_t node) const {
-  int32_t depth = 0;
-  while (nodes_[node].parent != kNone) {
-    node = nodes_[node].parent;
-    ++depth;
-  }
-  return depth;
-}
-
+// A node is made after its children, so parents come first from the end.
 void HuffmanTree::FillByLength() {
-  for (int32_t i = 0; i < leafCount_; ++i) {
-    byLength_[i] = {static_cast<uint16_t>(i), static_cast<uint8_t>(Depth(leaves_[i].node))};
+  std::array<uint8_t, std::size_t{2} * kMaxSymbols> depths;
+  depths[root_] = 0;
+  for (int32_t node = root_ - 1; node >= 0; --node) {
+    depths[node] = static_cast<uint8_t>(depths[nodes_[node].parent] + 1);
   }
+  for (int32_t i = 0; i < leafCount_; ++i) byLength_[i] = {static_cast<uint16_t>(i), depths[i]};
 }
 
 // Moves the deepest leaf X beside a leaf Y that still has room below the limit, again and again.
@@ -120,16 +134,16 @@ void HuffmanTree::LimitLengths(int32_t maxLength) {
     ++y.length;
     x.length = y.length;
 
-    const int32_t xNode = NodeOf(x);
+    const int32_t xNode = x.leaf;
     const int32_t parent = nodes_[xNode].parent;
     const int32_t sibling = Unhook(xNode);
     for (int32_t i = last - 1; i >= 0; --i) {
-      if (NodeOf(byLength_[i]) == sibling) {
+      if (byLength_[i].leaf == sibling) {
         --byLength_[i].length;
         break;
       }
     }
-    const int32_t yNode = NodeOf(y);
+    const int32_t yNode = y.leaf;
     Replace(yNode, parent);
     nodes_[parent].left = yNode;
     nodes_[parent].right = xNode;

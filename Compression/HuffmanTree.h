@@ -33,17 +33,12 @@ class HuffmanTree {
   const Node& operator[](int32_t index) const { return nodes_[index]; }
 
  private:
-  struct Leaf {
-    uint32_t frequency;
-    int32_t symbol;
-    int32_t node;
-    bool operator<(const Leaf& other) const {
-      return frequency != other.frequency ? frequency < other.frequency : symbol < other.symbol;
-    }
-    bool operator==(const Leaf& other) const {
-      return frequency == other.frequency && symbol == other.symbol;
-    }
-  };
+  // The frequency above the symbol, so that leaves are ordered by frequency, then by symbol.
+  using Leaf = uint64_t;
+  static Leaf MakeLeaf(uint32_t frequency, int32_t symbol) {
+    return uint64_t{frequency} << 32 | static_cast<uint32_t>(symbol);
+  }
+  static int32_t SymbolOf(Leaf leaf) { return static_cast<int32_t>(leaf); }
 
   // A leaf with its code length, ordered by the length alone.
   struct LeafLength {
@@ -53,26 +48,32 @@ class HuffmanTree {
     bool operator==(const LeafLength& other) const { return length == other.length; }
   };
 
-  struct HeapRecord {
-    uint32_t frequency;
-    uint32_t tieKey;
-    int32_t node;
-    bool operator<(const HeapRecord& other) const {
-      return frequency != other.frequency ? frequency < other.frequency : tieKey < other.tieKey;
-    }
-  };
+  // | frequency | tie key: the symbol of a leaf, or more than any | node |, of which the node takes
+  // no part in the order.
+  using HeapRecord = uint64_t;
+  static constexpr int32_t kNodeBits = 10;
+  static constexpr int32_t kTieBits = 10;
+  static constexpr uint64_t kInnerTieKey = 1 << (kTieBits - 1);
+  static_assert(kMaxSymbols < 1 << (kTieBits - 1) && 2 * kMaxSymbols <= 1 << kNodeBits);
+  static bool IsLess(HeapRecord a, HeapRecord b) { return a >> kNodeBits < b >> kNodeBits; }
+  static int32_t NodeOf(HeapRecord record) {
+    return static_cast<int32_t>(record & ((1 << kNodeBits) - 1));
+  }
+  static uint64_t FrequencyOf(HeapRecord record) { return record >> (kNodeBits + kTieBits); }
+  static HeapRecord MakeRecord(uint64_t frequency, uint64_t tieKey, int32_t node) {
+    return (frequency << kTieBits | tieKey) << kNodeBits | static_cast<uint64_t>(node);
+  }
 
   void TakeLeaves(const uint32_t* frequencies, int32_t symbolCount);
+  void SortLeaves();
   void MergeAll();
-  void Push(const HeapRecord& record);
+  void Push(HeapRecord record);
   HeapRecord Pop();
-  int32_t Depth(int32_t node) const;
   void FillByLength();
   void LimitLengths(int32_t maxLength);
   int32_t Unhook(int32_t leaf);
   void Replace(int32_t old, int32_t replacement);
   void SortedAgain();
-  int32_t NodeOf(const LeafLength& record) const { return leaves_[record.leaf].node; }
 
   std::array<Node, std::size_t{2} * kMaxSymbols> nodes_;
   int32_t nodeCount_ = 0;
