@@ -1,6 +1,5 @@
 #include "Compression/BitWriter.h"
 
-#include "Core/Endian.h"
 #include "Core/StreamIo.h"
 
 BitWriter::~BitWriter() {
@@ -13,26 +12,31 @@ bool BitWriter::Attach(Core::Stream* destination) {
   const uint32_t caps = destination->GetCaps();
   if ((caps & Core::kWritable) == 0 || (caps & Core::kReadable) != 0) return false;
   destination_ = destination;
+  limit_ = kBufferBytes;
   return true;
 }
 
-bool BitWriter::WriteGroup() { return WriteBytes(kGroupBits / 8); }
+bool BitWriter::WriteBytes(std::span<const uint8_t> bytes) {
+  return WriteBuffer() && WriteThrough(bytes.data(), static_cast<int32_t>(bytes.size()));
+}
 
-// Hands the low `count` (at most 4) bytes of the accumulator to the stream.
-bool BitWriter::WriteBytes(int32_t count) {
-  uint8_t bytes[kGroupBits / 8];
-  StoreLittle32(bytes, static_cast<uint32_t>(bits_));
-  bits_ >>= 8 * count;
-  held_ -= 8 * count;
-  if (!refused_) {
-    refused_ = destination_ == nullptr || !WriteExactly(*destination_, bytes, count);
-  }
+bool BitWriter::WriteBuffer() {
+  const int32_t count = used_;
+  used_ = 0;
+  return WriteThrough(buffer_.data(), count);
+}
+
+bool BitWriter::WriteThrough(const uint8_t* bytes, int32_t count) {
+  if (!refused_) refused_ = destination_ == nullptr || !WriteExactly(*destination_, bytes, count);
+  if (refused_) limit_ = 0;
   return !refused_;
 }
 
 bool BitWriter::AlignToByte() {
-  held_ = (held_ + 7) / 8 * 8;
-  return held_ == 0 ? !refused_ : WriteBytes(held_ / 8);
+  if (held_ > 0) buffer_[used_++] = static_cast<uint8_t>(bits_);
+  bits_ = 0;
+  held_ = 0;
+  return used_ == 0 ? !refused_ : WriteBuffer();
 }
 
 bool BitWriter::Flush() {

@@ -9,5 +9,5 @@ void BlockReplay::TakeSnapshot(const uint8_t* window, int32_t blockStart) {
 
 void BlockReplay::Restart() {
   ring_ = snapshot_;
-  cursor_ = blockStart_ % kRingBytes;
+  cursor_ = static_cast<uint16_t>(blockStart_);
 }

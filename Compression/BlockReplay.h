@@ -2,16 +2,18 @@
 // the block began.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <span>
 
-#include "Compression/MatchFinder.h"
+#include "Compression/DeflateWindow.h"
 #include "Compression/TokenBuffer.h"
 
 class BlockReplay {
  public:
   // How far back Recent can reach; more than a stored segment holds.
-  static constexpr int32_t kRingBytes = MatchFinder::kWindowBytes;
+  static constexpr int32_t kRingBytes = DeflateWindow::kSize;
 
   // Keeps a copy of the window for the block that starts at position `blockStart` in it.
   void TakeSnapshot(const uint8_t* window, int32_t blockStart);
@@ -19,25 +21,24 @@ class BlockReplay {
   // Starts over at the block's first byte.
   void Restart();
 
-  // Appends byte `index` of a token's bytes, to be called for each of them in order.
-  void AppendByteOf(const Token& token, int32_t index) {
-    Append(token.IsMatch() ? Recent(token.distance) : token.record[index]);
-  }
+  void Append(uint8_t byte) { ring_[cursor_++] = byte; }
 
   // The byte appended `distance` calls ago, or before the block where that reaches back past it.
   // Requires: 1 <= distance <= kRingBytes.
-  uint8_t Recent(int32_t distance) const {
-    return ring_[static_cast<uint32_t>(cursor_ - distance) % kRingBytes];
+  uint8_t Recent(int32_t distance) const { return ring_[Index(distance)]; }
+
+  // As many of the last `count` bytes, from their first one on, as stand together.
+  std::span<const uint8_t> Piece(int32_t count) const {
+    const uint16_t first = Index(count);
+    return {ring_.data() + first, std::min<std::size_t>(count, kRingBytes - first)};
   }
 
  private:
-  void Append(uint8_t byte) {
-    ring_[cursor_] = byte;
-    cursor_ = (cursor_ + 1) % kRingBytes;
-  }
+  uint16_t Index(int32_t distance) const { return static_cast<uint16_t>(cursor_ - distance); }
 
-  std::array<uint8_t, kRingBytes> snapshot_{};
   int32_t blockStart_ = 0;  // index of the block's first byte in the snapshot
+  uint16_t cursor_ = 0;     // index in the ring of the next byte; goes round with it
+  static_assert(kRingBytes == 1 << 16);
+  std::array<uint8_t, kRingBytes> snapshot_;
   std::array<uint8_t, kRingBytes> ring_;
-  int32_t cursor_ = 0;  // index in the ring of the next byte
 };

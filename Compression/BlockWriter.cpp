@@ -1,5 +1,7 @@
 #include "Compression/BlockWriter.h"
 
+#include <algorithm>
+
 #include "Compression/DeflateSymbols.h"
 
 namespace {
@@ -10,21 +12,6 @@ constexpr int32_t kStoredSegmentHeaderBits = 2 * kStoredLengthBits;
 // The cost in bits of a literal that has no code: more than any match.
 constexpr int32_t kNotCodable = 65536;
 
-int32_t CostOfMatch(const Token& token, const HuffmanCodeTable& literals,
-                    const HuffmanCodeTable& distances) {
-  const MatchSymbols match = SymbolsOf(token.length, token.distance);
-  return literals.LengthOf(match.length) + match.lengthBits + distances.LengthOf(match.distance) +
-         match.distanceBits;
-}
-
-int32_t CostOf(const Token& token, const HuffmanCodeTable& literals,
-               const HuffmanCodeTable& distances) {
-  if (token.IsMatch()) return CostOfMatch(token, literals, distances);
-  int32_t cost = 0;
-  for (int32_t i = 0; i < token.length; ++i) cost += literals.LengthOf(token.record[i]);
-  return cost;
-}
-
 }  // namespace
 
 BlockWriter::BlockWriter(BitWriter& writer) : writer_(writer) {
@@ -32,7 +19,8 @@ BlockWriter::BlockWriter(BitWriter& writer) : writer_(writer) {
 }
 
 bool BlockWriter::WriteBlock(TokenBuffer& tokens, FinalBlock final) {
-  CountAndBuild(tokens);
+  BuildCodes(tokens.Counts());
+  header_.Build(literals_, distances_);
   const DeflateBlockType type = ChooseBlockType(tokens);
   ++blockCount_;
   if (!writer_.WriteBits(final == FinalBlock::kYes ? 1 : 0, kFinalBlockBits) ||
@@ -43,114 +31,134 @@ bool BlockWriter::WriteBlock(TokenBuffer& tokens, FinalBlock final) {
     case kStoredBlock:
       return writer_.AlignToByte() && WriteStoredBlock(tokens);
     case kFixedBlock:
-      return WriteHuffmanBlock(tokens, {fixedLiterals_, fixedDistances_, nullptr});
+      return WriteFixedBlock(tokens);
     default:
-      return WriteHuffmanBlock(tokens, {literals_, distances_, &header_});
+      return WriteDynamicBlock(tokens);
   }
 }
 
-// Makes the dynamic codes and their header from the tokens as they stand.
-void BlockWriter::CountAndBuild(TokenBuffer& tokens) {
-  std::array<uint32_t, kLiteralLengthSymbols> literals{};
-  std::array<uint32_t, kDistanceSymbols> distances{};
-  literals[kEndOfBlock] = 1;
-  TokenCursor cursor(tokens);
-  for (Token token; cursor.Next(token);) {
-    if (token.IsMatch()) {
-      ++literals[kFirstLengthSymbol + kLengthIndex[token.length]];
-      ++distances[DistanceSymbol(token.distance)];
-    } else {
-      for (int32_t i = 0; i < token.length; ++i) ++literals[token.record[i]];
-    }
-  }
-  literals_.BuildFromFrequencies(literals.data(), kLiteralLengthSymbols, kMaxCodeLength);
-  distances_.BuildFromFrequencies(distances.data(), kDistanceSymbols, kMaxCodeLength);
-  header_.Build(literals_, distances_);
+void BlockWriter::BuildCodes(const SymbolCounts& counts) {
+  literals_.BuildFromFrequencies(counts.literals.data(), kLiteralLengthSymbols, kMaxCodeLength);
+  distances_.BuildFromFrequencies(counts.distances.data(), kDistanceSymbols, kMaxCodeLength);
 }
 
 // Compares sizes in bits. The block's three header bits and the end-of-block code are counted in
 // none of them.
 // Deliberate: ties go to stored, then to fixed.
-DeflateBlockType BlockWriter::ChooseBlockType(TokenBuffer& tokens) {
-  int32_t raw = 0;
-  int32_t fixed = 0;
-  int32_t dynamic = 0;
-  TokenCursor cursor(tokens);
-  for (Token token; cursor.Next(token);) {
-    raw += token.length;
-    fixed += CostOf(token, fixedLiterals_, fixedDistances_);
-    dynamic += CostOf(token, literals_, distances_);
-  }
+DeflateBlockType BlockWriter::ChooseBlockType(const TokenBuffer& tokens) {
+  const int32_t raw = tokens.RawBytes();
   const int32_t segments = (raw + kMaxStoredLength - 1) / kMaxStoredLength;
   const int32_t stored = segments * kStoredSegmentHeaderBits + raw * 8 + 8;
+  const int32_t fixed = FixedCodes().SizeInBits(tokens.Counts());
   const int32_t header = header_.SizeInBits();
   headerBits_ += static_cast<uint64_t>(header);
-  dynamic += header;
+  const int32_t dynamic = DynamicCodes().SizeInBits(tokens.Counts()) + header;
   if (dynamic >= stored && fixed >= stored) return kStoredBlock;
   if (fixed > dynamic) return kDynamicBlock;
   return fixed <= stored ? kFixedBlock : kDynamicBlock;
 }
 
-bool BlockWriter::WriteHuffmanBlock(TokenBuffer& tokens, const Codes& codes) {
-  // Each pass judges by the codes that the pass before has changed; the fixed ones stay.
-  while (ConvertShortMatches(tokens, codes)) CountAndBuild(tokens);
-  if (codes.header != nullptr && !codes.header->Write(writer_)) return false;
-  TokenCursor cursor(tokens);
-  for (Token token; cursor.Next(token);) {
-    if (!WriteToken(token, codes)) return false;
+int32_t BlockWriter::Codes::SizeInBits(const SymbolCounts& counts) const {
+  int32_t size = 0;
+  for (int32_t i = 0; i < kEndOfBlock; ++i) {
+    size += static_cast<int32_t>(counts.literals[i]) * literals.LengthOf(i);
   }
-  return WriteSymbol(codes.literals[kEndOfBlock]);
+  for (int32_t i = 0; i < kLengthRangeCount; ++i) {
+    const int32_t symbol = kFirstLengthSymbol + i;
+    size += static_cast<int32_t>(counts.literals[symbol]) *
+            (literals.LengthOf(symbol) + kLengthRanges[i].extraBits);
+  }
+  for (int32_t i = 0; i < kDistanceRangeCount; ++i) {
+    size += static_cast<int32_t>(counts.distances[i]) *
+            (distances.LengthOf(i) + kDistanceRanges[i].extraBits);
+  }
+  return size;
 }
 
-bool BlockWriter::WriteToken(const Token& token, const Codes& codes) {
-  if (token.IsMatch()) {
-    const MatchSymbols match = SymbolsOf(token.length, token.distance);
-    return WriteSymbol(codes.literals[match.length]) &&
-           writer_.WriteBits(match.lengthExtra, match.lengthBits) &&
-           WriteSymbol(codes.distances[match.distance]) &&
-           writer_.WriteBits(match.distanceExtra, match.distanceBits);
+// Whether three literals take fewer bits than the match of three bytes that they would replace.
+bool BlockWriter::Codes::IsTripleShorter(int32_t distanceSymbol, uint32_t bytes) const {
+  const int32_t match = literals.LengthOf(kFirstLengthSymbol) + distances.LengthOf(distanceSymbol) +
+                        kDistanceRanges[distanceSymbol].extraBits;
+  int32_t triple = 0;
+  for (int32_t i = 0; i < kMinMatchLength; ++i, bytes >>= 8) {
+    const int32_t length = literals.LengthOf(static_cast<uint8_t>(bytes));
+    triple += length == 0 ? kNotCodable : length;
   }
-  for (int32_t i = 0; i < token.length; ++i) {
-    if (!WriteSymbol(codes.literals[token.record[i]])) return false;
-  }
-  return true;
+  return match > triple;
 }
 
-// Rewrites every match of three bytes that costs more than its bytes as literals; true when one
-// was.
-bool BlockWriter::ConvertShortMatches(TokenBuffer& tokens, const Codes& codes) {
+bool BlockWriter::WriteFixedBlock(TokenBuffer& tokens) {
+  const Codes codes = FixedCodes();
+  tokens.ConvertShortMatches([&](int32_t distanceSymbol, uint32_t bytes) {
+    return codes.IsTripleShorter(distanceSymbol, bytes);
+  });
+  return WriteTokens(tokens, codes);
+}
+
+bool BlockWriter::WriteDynamicBlock(TokenBuffer& tokens) {
+  const Codes codes = DynamicCodes();
+  const auto isBetter = [&](int32_t distanceSymbol, uint32_t bytes) {
+    return codes.IsTripleShorter(distanceSymbol, bytes);
+  };
+  // Each pass judges by the codes that the pass before has changed.
   bool isChanged = false;
-  replay_.Restart();
-  TokenCursor cursor(tokens);
-  for (Token token; cursor.Next(token);) {
-    for (int32_t i = 0; i < token.length; ++i) replay_.AppendByteOf(token, i);
-    if (!token.IsMatch() || token.length != kMinMatchLength) continue;
+  while (tokens.ConvertShortMatches(isBetter)) {
+    BuildCodes(tokens.Counts());
+    isChanged = true;
+  }
+  if (isChanged) header_.Build(literals_, distances_);
+  return header_.Write(writer_) && WriteTokens(tokens, codes);
+}
 
-    uint8_t bytes[kMinMatchLength];
-    int32_t literalCost = 0;
+// At most 48 bits: codes of 15 bits and the extra bits of a length and a distance.
+inline void BlockWriter::Codes::Put(BitWriter::Burst& burst, Token token) const {
+  if (token.IsLiteral()) {
+    const HuffmanCode code = literals[token.Byte(0)];
+    burst.Put(code.bits, code.length);
+  } else if (token.IsMatch()) {
+    const int32_t index = kLengthIndex[token.Length()];
+    const HuffmanCode length = literals[kFirstLengthSymbol + index];
+    burst.Put(length.bits, length.length);
+    burst.Put(static_cast<uint32_t>(token.Length() - kLengthRanges[index].base),
+              kLengthRanges[index].extraBits);
+    const DeflateRange range = kDistanceRanges[token.DistanceSymbol()];
+    const HuffmanCode distance = distances[token.DistanceSymbol()];
+    burst.Put(distance.bits, distance.length);
+    burst.Put(static_cast<uint32_t>(token.Distance() - range.base), range.extraBits);
+  } else {
     for (int32_t i = 0; i < kMinMatchLength; ++i) {
-      bytes[i] = replay_.Recent(kMinMatchLength - i);
-      const int32_t length = codes.literals.LengthOf(bytes[i]);
-      literalCost += length == 0 ? kNotCodable : length;
-    }
-    if (CostOfMatch(token, codes.literals, codes.distances) > literalCost) {
-      cursor.ReplaceByTriple(bytes);
-      isChanged = true;
+      const HuffmanCode code = literals[token.Byte(i)];
+      burst.Put(code.bits, code.length);
     }
   }
-  return isChanged;
+}
+
+bool BlockWriter::WriteTokens(const TokenBuffer& tokens, const Codes& codes) {
+  for (std::span<const Token> left = tokens.Tokens(); !left.empty();) {
+    const auto some = left.first(std::min<std::size_t>(left.size(), BitWriter::kMaxStores));
+    if (!writer_.HasRoom(static_cast<int32_t>(some.size()))) return false;
+    BitWriter::Burst burst = writer_.Begin();
+    for (const Token token : some) {
+      codes.Put(burst, token);
+      burst.Store();
+    }
+    writer_.End(burst);
+    left = left.subspan(some.size());
+  }
+  const HuffmanCode end = codes.literals[kEndOfBlock];
+  return writer_.WriteBits(end.bits, end.length);
 }
 
 // Deliberate: more than 65,535 bytes go out as several LEN/NLEN segments behind the one block
 // header, which other programs do not read. The blocks that the token buffer can hold as literals
 // are smaller, so a stored block this long does not come about in practice.
-bool BlockWriter::WriteStoredBlock(TokenBuffer& tokens) {
+bool BlockWriter::WriteStoredBlock(const TokenBuffer& tokens) {
   replay_.Restart();
   int32_t pending = 0;
-  TokenCursor cursor(tokens);
-  for (Token token; cursor.Next(token);) {
-    for (int32_t i = 0; i < token.length; ++i) {
-      replay_.AppendByteOf(token, i);
+  for (const Token token : tokens.Tokens()) {
+    const int32_t length = token.IsMatch() ? token.Length() : 1;
+    for (int32_t i = 0; i < length; ++i) {
+      replay_.Append(token.IsMatch() ? replay_.Recent(token.Distance()) : token.Byte(0));
       if (++pending == kMaxStoredLength) {
         if (!WriteStoredSegment(pending)) return false;
         pending = 0;
@@ -167,8 +175,10 @@ bool BlockWriter::WriteStoredSegment(int32_t size) {
       !writer_.WriteBits(length ^ kMaxStoredLength, kStoredLengthBits)) {
     return false;
   }
-  for (int32_t distance = size; distance > 0; --distance) {
-    if (!writer_.WriteByte(replay_.Recent(distance))) return false;
+  for (int32_t left = size; left > 0;) {
+    const std::span<const uint8_t> piece = replay_.Piece(left);
+    if (!writer_.WriteBytes(piece)) return false;
+    left -= static_cast<int32_t>(piece.size());
   }
   return true;
 }

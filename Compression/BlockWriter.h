@@ -2,7 +2,6 @@
 // the fewest bits.
 #pragma once
 
-#include <array>
 #include <cstdint>
 
 #include "Compression/BitWriter.h"
@@ -32,23 +31,26 @@ class BlockWriter {
   uint64_t HeaderBits() const { return headerBits_; }
 
  private:
-  // A pair of codes, of which `header` declares the dynamic one.
+  // The codes of a block.
   struct Codes {
     const HuffmanCodeTable& literals;
     const HuffmanCodeTable& distances;
-    const DynamicHeader* header;  // null for the fixed pair
+
+    int32_t SizeInBits(const SymbolCounts& counts) const;
+    bool IsTripleShorter(int32_t distanceSymbol, uint32_t bytes) const;
+    void Put(BitWriter::Burst& burst, Token token) const;
   };
 
-  void CountAndBuild(TokenBuffer& tokens);
-  DeflateBlockType ChooseBlockType(TokenBuffer& tokens);
-  [[nodiscard]] bool WriteHuffmanBlock(TokenBuffer& tokens, const Codes& codes);
-  [[nodiscard]] bool WriteToken(const Token& token, const Codes& codes);
-  [[nodiscard]] bool WriteSymbol(const HuffmanCode& code) {
-    return writer_.WriteBits(code.bits, code.length);
-  }
-  [[nodiscard]] bool ConvertShortMatches(TokenBuffer& tokens, const Codes& codes);
-  [[nodiscard]] bool WriteStoredBlock(TokenBuffer& tokens);
+  void BuildCodes(const SymbolCounts& counts);
+  DeflateBlockType ChooseBlockType(const TokenBuffer& tokens);
+  [[nodiscard]] bool WriteFixedBlock(TokenBuffer& tokens);
+  [[nodiscard]] bool WriteDynamicBlock(TokenBuffer& tokens);
+  [[nodiscard]] bool WriteTokens(const TokenBuffer& tokens, const Codes& codes);
+  [[nodiscard]] bool WriteStoredBlock(const TokenBuffer& tokens);
   [[nodiscard]] bool WriteStoredSegment(int32_t size);
+
+  Codes FixedCodes() const { return {fixedLiterals_, fixedDistances_}; }
+  Codes DynamicCodes() const { return {literals_, distances_}; }
 
   BitWriter& writer_;
   BlockReplay replay_;

@@ -10,24 +10,30 @@ DeflateEncoder::DeflateEncoder(Core::Stream& source, Core::Stream& destination, 
 bool DeflateEncoder::Compress() {
   int32_t available = 0;  // bytes in the window from the position on
   for (;;) {
-    const int32_t got = finder_.Fill(source_, available);
+    const int32_t got = window_.Fill(source_, available);
     const int32_t total = available + got;
     if (total < 0) return false;
     if (total == 0) break;
+    if (bytesRead_ == 0) ResetFinder(got);
     bytesRead_ += static_cast<uint64_t>(got);
     available = total;
+    const int32_t end = window_.Position() + total;
+    if (IsLazy()) longestFinder_.Link(window_, end);
     if (total <= kMaxMatchLength) break;
     // Behind every position parsed here stand enough bytes for the longest match.
-    const int32_t end = finder_.Position() + total;
     int32_t consumed = total - kMaxMatchLength;
     if (!Parse(consumed, kMaxMatchLength)) return false;
-    finder_.Slide(end);
+    const int32_t shift = window_.Slide(end);
+    IsLazy() ? longestFinder_.Slide(shift) : plainFinder_.Slide(shift, end - shift);
     available = total - consumed;
   }
   if (!Parse(available, 0)) return false;
-  if (pending_.isPending) tokens_.AppendMatch(pending_.match.distance, pending_.match.length);
-  pending_.isPending = false;
+  if (pending_.isPending) AppendPending();
   return FlushBlock(FinalBlock::kYes) && writer_.Flush();
+}
+
+void DeflateEncoder::ResetFinder(int32_t bytesRead) {
+  IsLazy() ? longestFinder_.Reset(bytesRead) : plainFinder_.Reset();
 }
 
 // Parses `count` positions with `reserve` more bytes to look at behind them. The last match may run
@@ -47,14 +53,13 @@ bool DeflateEncoder::Parse(int32_t& count, int32_t reserve) {
 // number of positions gone over.
 int32_t DeflateEncoder::Step(int32_t lookahead) {
   Match found = {0, 0};
-  const bool isFound = finder_.FindMatch(std::min(finder_.Position(), MatchFinder::kHistoryBytes),
-                                         std::min(lookahead, kMaxMatchLength), found);
+  const bool isFound = FindMatch(lookahead, found);
   if (pending_.isPending) {
-    if (!isFound || pending_.match.length >= found.length) return TakePending();
+    if (!isFound) return TakePending();
     tokens_.AppendLiteral(pending_.literal);
   }
-  const uint8_t literal = finder_.Current();
-  finder_.Advance(1);
+  const uint8_t literal = *window_.Here();
+  window_.Advance(1);
   if (!isFound) {
     tokens_.AppendLiteral(literal);
     return 1;
@@ -63,24 +68,40 @@ int32_t DeflateEncoder::Step(int32_t lookahead) {
   return IsLazy() ? 1 : 1 + TakePending();
 }
 
-// Emits the pending match, whose first byte has been gone over, and inserts the positions it covers
-// into the hash chains; the number of positions gone over.
-// Deliberate: the match's second byte is inserted only where the search for a longer match there
-// has done so, that is not below level 9.
+// The match at the position, longer than one that is pending.
+bool DeflateEncoder::FindMatch(int32_t lookahead, Match& match) {
+  const int32_t maxDistance = std::min(window_.Position(), DeflateWindow::kHistoryBytes);
+  const int32_t maxLength = std::min(lookahead, kMaxMatchLength);
+  if (!IsLazy()) return plainFinder_.FindMatch(window_, maxDistance, maxLength, match);
+  const int32_t atLeast = pending_.isPending ? pending_.match.length : 0;
+  return longestFinder_.FindMatch(window_, maxDistance, maxLength, atLeast, match);
+}
+
+// Emits the pending match, whose first byte has been gone over, and goes over the rest; the number
+// of positions.
+// Deliberate: below level 9 the match's second byte is not inserted into the hash chains, as no
+// search has been there.
 int32_t DeflateEncoder::TakePending() {
-  const Match match = pending_.match;
-  pending_.isPending = false;
-  tokens_.AppendMatch(match.distance, match.length);
-  const int32_t covered = match.length - 1;
-  for (int32_t i = 1; i < covered; ++i) finder_.Insert(finder_.Position() + i);
-  finder_.Advance(covered);
+  AppendPending();
+  const int32_t covered = pending_.match.length - 1;
+  if (!IsLazy()) {
+    for (int32_t i = 1; i < covered; ++i) plainFinder_.Insert(window_, window_.Position() + i);
+  }
+  window_.Advance(covered);
   return covered;
+}
+
+void DeflateEncoder::AppendPending() {
+  const Match match = pending_.match;
+  tokens_.AppendMatch(match.distance, match.length, window_.Here() - 1);
+  pending_.isPending = false;
 }
 
 bool DeflateEncoder::FlushBlock(FinalBlock final) {
   if (!blocks_.WriteBlock(tokens_, final)) return false;
+  if (final == FinalBlock::kYes) return true;
   // A pending match begins the next block, and its first byte has been gone over.
-  blocks_.BeginBlock(finder_.Window(), finder_.Position() - (pending_.isPending ? 1 : 0));
+  blocks_.BeginBlock(window_.Bytes(), window_.Position() - (pending_.isPending ? 1 : 0));
   tokens_.Reset();
   return true;
 }

@@ -6,11 +6,13 @@
 
 #include "Compression/BitWriter.h"
 #include "Compression/BlockWriter.h"
+#include "Compression/DeflateWindow.h"
+#include "Compression/LongestMatchFinder.h"
 #include "Compression/MatchFinder.h"
 #include "Compression/TokenBuffer.h"
 #include "Core/Stream.h"
 
-// About 500 KB; create it with new (std::nothrow).
+// About 2 MB, of which small data touches little; create it with new (std::nothrow).
 class DeflateEncoder {
  public:
   static constexpr int32_t kBestLevel = 9;
@@ -46,16 +48,21 @@ class DeflateEncoder {
     Match match;
   };
 
+  void ResetFinder(int32_t bytesRead);
   [[nodiscard]] bool Parse(int32_t& count, int32_t reserve);
   int32_t Step(int32_t lookahead);
+  bool FindMatch(int32_t lookahead, Match& match);
   int32_t TakePending();
+  void AppendPending();
   bool IsLazy() const { return static_cast<uint8_t>(level_) > kBestLevel - 1; }
   [[nodiscard]] bool FlushBlock(FinalBlock final);
 
   Core::Stream* source_ = nullptr;
   int32_t level_ = kBestLevel;
   BitWriter writer_;
-  MatchFinder finder_;
+  DeflateWindow window_;
+  LongestMatchFinder longestFinder_;  // of a lazy parser
+  MatchFinder plainFinder_;           // of any other
   TokenBuffer tokens_;
   PendingMatch pending_{};
   BlockWriter blocks_{writer_};
