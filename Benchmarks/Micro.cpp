@@ -94,7 +94,8 @@ void Register(const std::string& dataSet, const std::shared_ptr<Subject>& subjec
                                    : std::to_string(std::max(size >> 10, int64_t{1})) + "KB";
   for (const auto& [name, run] : kStages) {
     const std::string fullName = std::string(name) + "/" + dataSet + "/" + sizeName;
-    benchmark::RegisterBenchmark(fullName.c_str(), [subject, size, run = run](auto& state) {
+    benchmark::RegisterBenchmark(fullName.c_str(), [subject, size,
+                                                    run = run](benchmark::State& state) {
       run(state, *subject);
       state.SetBytesProcessed(state.iterations() * size);
     })->Unit(benchmark::kMicrosecond);
@@ -128,7 +129,7 @@ template <typename Sum>
 void RegisterChecksum(const std::string& name, Sum sum) {
   for (const std::size_t size : {1 << 10, 16 << 10, 64 << 10, 256 << 10}) {
     const std::string fullName = name + "/Noise/" + std::to_string(size >> 10) + "KB";
-    benchmark::RegisterBenchmark(fullName.c_str(), [size, sum](auto& state) {
+    benchmark::RegisterBenchmark(fullName.c_str(), [size, sum](benchmark::State& state) {
       Bytes data(size);
       std::mt19937 random(3);
       for (uint8_t& byte : data) byte = static_cast<uint8_t>(random());
