@@ -27,7 +27,7 @@ struct Effort {
 inline void MeasureByTurns(std::vector<Method>& methods, const Effort& effort) {
   using Clock = std::chrono::steady_clock;
   using Seconds = std::chrono::duration<double>;
-  constexpr double kMinSeconds = 0.05;
+  constexpr double kMinSeconds = 0.1;
   const Clock::time_point begin = Clock::now();
   const auto spent = [&] { return Seconds(Clock::now() - begin).count(); };
   for (int round = 0; round == 0 || ((round < effort.rounds || spent() < kMinSeconds) &&
