@@ -2,12 +2,20 @@
 
 #include <algorithm>
 
-void BlockReplay::TakeSnapshot(const uint8_t* window, int32_t blockStart) {
-  std::copy_n(window, kRingBytes, snapshot_.begin());
-  blockStart_ = blockStart;
+void BlockReplay::TakeHistory(const uint8_t* window, int32_t blockStart) {
+  historySize_ = std::min(blockStart, kDeflateWindowSize);
+  std::copy_n(window + blockStart - historySize_, historySize_, history_.begin());
 }
 
-void BlockReplay::Restart() {
-  ring_ = snapshot_;
-  cursor_ = static_cast<uint16_t>(blockStart_);
+bool BlockReplay::Replay(const TokenBuffer& tokens, ByteArray& bytes) const {
+  if (!bytes.SetSize(historySize_ + tokens.RawBytes())) return false;
+  uint8_t* next = std::copy_n(history_.begin(), historySize_, bytes.Data());
+  for (const Token token : tokens.Tokens()) {
+    if (!token.IsMatch()) {
+      *next++ = token.Byte(0);
+      continue;
+    }
+    for (int32_t i = token.Length(); i > 0; --i, ++next) *next = *(next - token.Distance());
+  }
+  return true;
 }

@@ -76,12 +76,12 @@ int32_t BlockWriter::Codes::SizeInBits(const SymbolCounts& counts) const {
 }
 
 // Whether three literals take fewer bits than the match of three bytes that they would replace.
-bool BlockWriter::Codes::IsTripleShorter(int32_t distanceSymbol, uint32_t bytes) const {
+bool BlockWriter::Codes::IsTripleShorter(int32_t distanceSymbol, const ThreeBytes& bytes) const {
   const int32_t match = literals.LengthOf(kFirstLengthSymbol) + distances.LengthOf(distanceSymbol) +
                         kDistanceRanges[distanceSymbol].extraBits;
   int32_t triple = 0;
-  for (int32_t i = 0; i < kMinMatchLength; ++i, bytes >>= 8) {
-    const int32_t length = literals.LengthOf(static_cast<uint8_t>(bytes));
+  for (const uint8_t byte : bytes) {
+    const int32_t length = literals.LengthOf(byte);
     triple += length == 0 ? kNotCodable : length;
   }
   return match > triple;
@@ -89,7 +89,7 @@ bool BlockWriter::Codes::IsTripleShorter(int32_t distanceSymbol, uint32_t bytes)
 
 bool BlockWriter::WriteFixedBlock(TokenBuffer& tokens) {
   const Codes codes = FixedCodes();
-  tokens.ConvertShortMatches([&](int32_t distanceSymbol, uint32_t bytes) {
+  tokens.ConvertShortMatches([&](int32_t distanceSymbol, const ThreeBytes& bytes) {
     return codes.IsTripleShorter(distanceSymbol, bytes);
   });
   return WriteTokens(tokens, codes);
@@ -97,7 +97,7 @@ bool BlockWriter::WriteFixedBlock(TokenBuffer& tokens) {
 
 bool BlockWriter::WriteDynamicBlock(TokenBuffer& tokens) {
   const Codes codes = DynamicCodes();
-  const auto isBetter = [&](int32_t distanceSymbol, uint32_t bytes) {
+  const auto isBetter = [&](int32_t distanceSymbol, const ThreeBytes& bytes) {
     return codes.IsTripleShorter(distanceSymbol, bytes);
   };
   // Each pass judges by the codes that the pass before has changed.
@@ -153,32 +153,18 @@ bool BlockWriter::WriteTokens(const TokenBuffer& tokens, const Codes& codes) {
 // header, which other programs do not read. The blocks that the token buffer can hold as literals
 // are smaller, so a stored block this long does not come about in practice.
 bool BlockWriter::WriteStoredBlock(const TokenBuffer& tokens) {
-  replay_.Restart();
-  int32_t pending = 0;
-  for (const Token token : tokens.Tokens()) {
-    const int32_t length = token.IsMatch() ? token.Length() : 1;
-    for (int32_t i = 0; i < length; ++i) {
-      replay_.Append(token.IsMatch() ? replay_.Recent(token.Distance()) : token.Byte(0));
-      if (++pending == kMaxStoredLength) {
-        if (!WriteStoredSegment(pending)) return false;
-        pending = 0;
-      }
+  ByteArray bytes;
+  if (!replay_.Replay(tokens, bytes)) return false;
+  std::span<const uint8_t> left(bytes.end() - tokens.RawBytes(), bytes.end());
+  while (!left.empty()) {
+    const std::size_t size = std::min<std::size_t>(left.size(), kMaxStoredLength);
+    const uint32_t length = static_cast<uint32_t>(size);
+    if (!writer_.WriteBits(length, kStoredLengthBits) ||
+        !writer_.WriteBits(length ^ kMaxStoredLength, kStoredLengthBits) ||
+        !writer_.WriteBytes(left.first(size))) {
+      return false;
     }
-  }
-  return pending == 0 || WriteStoredSegment(pending);
-}
-
-// Writes the last `size` bytes of the replay behind their length.
-bool BlockWriter::WriteStoredSegment(int32_t size) {
-  const uint32_t length = static_cast<uint32_t>(size);
-  if (!writer_.WriteBits(length, kStoredLengthBits) ||
-      !writer_.WriteBits(length ^ kMaxStoredLength, kStoredLengthBits)) {
-    return false;
-  }
-  for (int32_t left = size; left > 0;) {
-    const std::span<const uint8_t> piece = replay_.Piece(left);
-    if (!writer_.WriteBytes(piece)) return false;
-    left -= static_cast<int32_t>(piece.size());
+    left = left.subspan(size);
   }
   return true;
 }

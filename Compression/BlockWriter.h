@@ -18,12 +18,13 @@ class BlockWriter {
   // Writes through `writer`, which must outlive this object.
   explicit BlockWriter(BitWriter& writer);
 
-  // The next block's first byte stands at `position` of `window`, which is copied.
+  // The next block's first byte stands at `position` of `window`, whose bytes before it are copied.
   void BeginBlock(const uint8_t* window, int32_t position) {
-    replay_.TakeSnapshot(window, position);
+    replay_.TakeHistory(window, position);
   }
 
-  // Writes the tokens, some of which may be rewritten on the way. False: the stream refused bytes.
+  // Writes the tokens, some of which may be rewritten on the way. False: the stream refused bytes,
+  // or there is no memory for a stored block.
   [[nodiscard]] bool WriteBlock(TokenBuffer& tokens, FinalBlock final);
 
   // For statistics: blocks written, and the estimated bits of the dynamic headers considered.
@@ -37,7 +38,7 @@ class BlockWriter {
     const HuffmanCodeTable& distances;
 
     int32_t SizeInBits(const SymbolCounts& counts) const;
-    bool IsTripleShorter(int32_t distanceSymbol, uint32_t bytes) const;
+    bool IsTripleShorter(int32_t distanceSymbol, const ThreeBytes& bytes) const;
     void Put(BitWriter::Burst& burst, Token token) const;
   };
 
@@ -47,7 +48,6 @@ class BlockWriter {
   [[nodiscard]] bool WriteDynamicBlock(TokenBuffer& tokens);
   [[nodiscard]] bool WriteTokens(const TokenBuffer& tokens, const Codes& codes);
   [[nodiscard]] bool WriteStoredBlock(const TokenBuffer& tokens);
-  [[nodiscard]] bool WriteStoredSegment(int32_t size);
 
   Codes FixedCodes() const { return {fixedLiterals_, fixedDistances_}; }
   Codes DynamicCodes() const { return {literals_, distances_}; }

@@ -1,6 +1,7 @@
 #include "Compression/DeflateEncoder.h"
 
 #include <algorithm>
+#include <new>
 
 #include "Compression/DeflateFormat.h"
 
@@ -14,7 +15,7 @@ bool DeflateEncoder::Compress() {
     const int32_t total = available + got;
     if (total < 0) return false;
     if (total == 0) break;
-    if (bytesRead_ == 0) ResetFinder(got);
+    if (bytesRead_ == 0 && !ResetFinder(got)) return false;
     bytesRead_ += static_cast<uint64_t>(got);
     available = total;
     const int32_t end = window_.Position() + total;
@@ -24,7 +25,7 @@ bool DeflateEncoder::Compress() {
     int32_t consumed = total - kMaxMatchLength;
     if (!Parse(consumed, kMaxMatchLength)) return false;
     const int32_t shift = window_.Slide(end);
-    IsLazy() ? longestFinder_.Slide(shift) : plainFinder_.Slide(shift, end - shift);
+    IsLazy() ? longestFinder_.Slide(shift) : plainFinder_->Slide(shift, end - shift);
     available = total - consumed;
   }
   if (!Parse(available, 0)) return false;
@@ -32,8 +33,14 @@ bool DeflateEncoder::Compress() {
   return FlushBlock(FinalBlock::kYes) && writer_.Flush();
 }
 
-void DeflateEncoder::ResetFinder(int32_t bytesRead) {
-  IsLazy() ? longestFinder_.Reset(bytesRead) : plainFinder_.Reset();
+bool DeflateEncoder::ResetFinder(int32_t bytesRead) {
+  if (IsLazy()) {
+    longestFinder_.Reset(bytesRead);
+    return true;
+  }
+  plainFinder_.reset(new (std::nothrow) MatchFinder);
+  if (plainFinder_ != nullptr) plainFinder_->Reset();
+  return plainFinder_ != nullptr;
 }
 
 // Parses `count` positions with `reserve` more bytes to look at behind them. The last match may run
@@ -72,7 +79,7 @@ int32_t DeflateEncoder::Step(int32_t lookahead) {
 bool DeflateEncoder::FindMatch(int32_t lookahead, Match& match) {
   const int32_t maxDistance = std::min(window_.Position(), DeflateWindow::kHistoryBytes);
   const int32_t maxLength = std::min(lookahead, kMaxMatchLength);
-  if (!IsLazy()) return plainFinder_.FindMatch(window_, maxDistance, maxLength, match);
+  if (!IsLazy()) return plainFinder_->FindMatch(window_, maxDistance, maxLength, match);
   const int32_t atLeast = pending_.isPending ? pending_.match.length : 0;
   return longestFinder_.FindMatch(window_, maxDistance, maxLength, atLeast, match);
 }
@@ -85,7 +92,7 @@ int32_t DeflateEncoder::TakePending() {
   AppendPending();
   const int32_t covered = pending_.match.length - 1;
   if (!IsLazy()) {
-    for (int32_t i = 1; i < covered; ++i) plainFinder_.Insert(window_, window_.Position() + i);
+    for (int32_t i = 1; i < covered; ++i) plainFinder_->Insert(window_, window_.Position() + i);
   }
   window_.Advance(covered);
   return covered;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "Compression/BitWriter.h"
 #include "Compression/BlockWriter.h"
@@ -12,7 +13,7 @@
 #include "Compression/TokenBuffer.h"
 #include "Core/Stream.h"
 
-// About 2 MB, of which small data touches little; create it with new (std::nothrow).
+// About 1 MB, of which small data touches little; create it with new (std::nothrow).
 class DeflateEncoder {
  public:
   static constexpr int32_t kBestLevel = 9;
@@ -25,8 +26,8 @@ class DeflateEncoder {
   // it takes the first match found. Only the low byte of `level` counts.
   DeflateEncoder(Core::Stream& source, Core::Stream& destination, int32_t level);
 
-  // Compresses everything, to be called once. False: the destination refused bytes, or the source
-  // could not be read at all; the destination then holds a part of a stream.
+  // Compresses everything, to be called once. False: the destination refused bytes, the source
+  // could not be read at all, or there is no memory; the destination then holds a part of a stream.
   //
   // Deliberate: a source that fails after some data ends the data, less the bytes that the -1 of
   // the failed read takes off the count, and the result may be true; and so does a source whose
@@ -48,7 +49,7 @@ class DeflateEncoder {
     Match match;
   };
 
-  void ResetFinder(int32_t bytesRead);
+  [[nodiscard]] bool ResetFinder(int32_t bytesRead);
   [[nodiscard]] bool Parse(int32_t& count, int32_t reserve);
   int32_t Step(int32_t lookahead);
   bool FindMatch(int32_t lookahead, Match& match);
@@ -61,8 +62,8 @@ class DeflateEncoder {
   int32_t level_ = kBestLevel;
   BitWriter writer_;
   DeflateWindow window_;
-  LongestMatchFinder longestFinder_;  // of a lazy parser
-  MatchFinder plainFinder_;           // of any other
+  LongestMatchFinder longestFinder_;          // of a lazy parser
+  std::unique_ptr<MatchFinder> plainFinder_;  // of any other
   TokenBuffer tokens_;
   PendingMatch pending_{};
   BlockWriter blocks_{writer_};

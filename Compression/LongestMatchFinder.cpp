@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <new>
 
 #include "Compression/PixelRuns.h"
 
@@ -30,16 +31,18 @@ void LongestMatchFinder::LinkDeep(const DeflateWindow& window, int32_t end) {
   if (deepFills_ > 0) {
     --deepFills_;
   } else if (isDense) {
+    if (deep_ == nullptr) deep_.reset(new (std::nothrow) DeepChains);
+    if (deep_ == nullptr) return;
     deepFills_ = kDeepFills;
-    eights_.Reset(hashBits_, base_);
-    sixteens_.Reset(hashBits_, base_);
-    thirtyTwos_.Reset(hashBits_, base_);
+    deep_->eights.Reset(hashBits_, base_);
+    deep_->sixteens.Reset(hashBits_, base_);
+    deep_->thirtyTwos.Reset(hashBits_, base_);
   }
   if (deepFills_ == 0) return;
   const uint32_t endPlace = base_ + static_cast<uint32_t>(end);
-  LinkPlaces(window.Bytes(), base_, endPlace, eights_);
-  LinkPlaces(window.Bytes(), base_, endPlace, sixteens_);
-  LinkPlaces(window.Bytes(), base_, endPlace, thirtyTwos_);
+  LinkPlaces(window.Bytes(), base_, endPlace, deep_->eights);
+  LinkPlaces(window.Bytes(), base_, endPlace, deep_->sixteens);
+  LinkPlaces(window.Bytes(), base_, endPlace, deep_->thirtyTwos);
 }
 
 bool LongestMatchFinder::FindMatch(const DeflateWindow& window, int32_t maxDistance,
@@ -90,13 +93,16 @@ bool LongestMatchFinder::FindAny(const MatchQuery& query, uint32_t place, int32_
     return FindInRun(query, place, threes_.Next(place, 0), atLeast, match);
   }
   Search search = {query, place, std::max(atLeast, kMinMatchLength), query.maxLength};
-  const bool isDeep = deepFills_ > 0;
-  if ((isDeep && FindLong(thirtyTwos_, search)) || (isDeep && FindLong(sixteens_, search)) ||
-      (isDeep && FindLong(eights_, search)) || FindLong(fours_, search)) {
+  if ((deepFills_ > 0 && FindDeep(search)) || FindLong(fours_, search)) {
     match = search.match;
     return true;
   }
   return atLeast < kMinMatchLength && FindShort(query, place, match);
+}
+
+bool LongestMatchFinder::FindDeep(Search& search) {
+  return FindLong(deep_->thirtyTwos, search) || FindLong(deep_->sixteens, search) ||
+         FindLong(deep_->eights, search);
 }
 
 // Makes the plain walk from the candidate at `nearest` on.

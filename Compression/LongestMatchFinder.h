@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "Compression/DeflateWindow.h"
 #include "Compression/KeyChain.h"
@@ -34,6 +35,12 @@ class LongestMatchFinder {
   static constexpr int32_t kMinHashBits = 8;
   static constexpr int32_t kLongKey = 4;  // from here on, a match is looked for by FindLong
 
+  struct DeepChains {
+    KeyChain<8> eights;
+    KeyChain<16> sixteens;
+    KeyChain<32> thirtyTwos;
+  };
+
   // A search for a match of more than `best` and at most `most` bytes.
   struct Search {
     MatchQuery query;
@@ -49,6 +56,7 @@ class LongestMatchFinder {
   int32_t NearestLong(const MatchQuery& query, uint32_t place, int32_t offset) const;
   bool FindAny(const MatchQuery& query, uint32_t place, int32_t nearest, int32_t atLeast,
                Match& match);
+  bool FindDeep(Search& search);
   bool FindInRun(const MatchQuery& query, uint32_t place, int32_t nearest, int32_t atLeast,
                  Match& match) const;
   bool FindShort(const MatchQuery& query, uint32_t place, Match& match) const;
@@ -66,7 +74,5 @@ class LongestMatchFinder {
   int32_t deepFills_ = 0;  // for which the chains of deep keys are kept
   KeyChain<3> threes_;
   KeyChain<kLongKey> fours_;
-  KeyChain<8> eights_;
-  KeyChain<16> sixteens_;
-  KeyChain<32> thirtyTwos_;
+  std::unique_ptr<DeepChains> deep_;  // null until needed, and without memory for it
 };

@@ -13,8 +13,7 @@ void TokenBuffer::Reset() {
 
 void TokenBuffer::AppendMatch(int32_t distance, int32_t length, const uint8_t* bytes) {
   if (length == kMinMatchLength) {
-    shortMatches_[shortCount_++] = {
-        count_, bytes[0] | static_cast<uint32_t>(bytes[1]) << 8 | uint32_t{bytes[2]} << 16};
+    shortMatches_[shortCount_++] = {static_cast<uint16_t>(count_), {bytes[0], bytes[1], bytes[2]}};
   }
   const int32_t symbol = DistanceSymbol(distance);
   tokens_[count_++] = Token::Match(distance, length, symbol);

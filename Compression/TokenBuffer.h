@@ -8,6 +8,9 @@
 
 #include "Compression/DeflateFormat.h"
 
+// What the shortest match stands for.
+using ThreeBytes = std::array<uint8_t, kMinMatchLength>;
+
 // One token in 32 bits:
 //
 //   literal         | 0 | ....................................... | byte |
@@ -19,7 +22,10 @@ class Token {
  public:
   Token() = default;
   static Token Literal(uint8_t byte) { return Token(byte); }
-  static Token Triple(uint32_t bytes) { return Token(kTriple << kKindShift | bytes); }
+  static Token Triple(const ThreeBytes& bytes) {
+    return Token(kTriple << kKindShift | uint32_t{bytes[2]} << 16 | uint32_t{bytes[1]} << 8 |
+                 bytes[0]);
+  }
   static Token Match(int32_t distance, int32_t length, int32_t distanceSymbol) {
     return Token(kMatch << kKindShift | static_cast<uint32_t>(distanceSymbol) << kSymbolShift |
                  static_cast<uint32_t>(length) << kLengthShift |
@@ -81,8 +87,8 @@ class TokenBuffer {
   const SymbolCounts& Counts() const { return counts_; }
   int32_t RawBytes() const { return count_ + savedBytes_; }  // that the tokens stand for
 
-  // Turns every match of three bytes for which `isBetter(distanceSymbol, bytes)` holds, `bytes`
-  // with the first one lowest, into three literals; true when one was.
+  // Turns every match of three bytes for which `isBetter(distanceSymbol, bytes)` holds into three
+  // literals; true when one was.
   template <typename IsBetter>
   bool ConvertShortMatches(const IsBetter& isBetter);
 
@@ -96,9 +102,10 @@ class TokenBuffer {
   static constexpr int32_t kMaxShortMatches = kFullAt / kMatchBytes + 1;
 
   struct ShortMatch {
-    int32_t token;
-    uint32_t bytes;
+    uint16_t token;
+    ThreeBytes bytes;
   };
+  static_assert(kMaxTokens <= 1 << 16);
 
   int32_t count_;
   int32_t matchCount_;  // of matches appended
@@ -122,7 +129,7 @@ bool TokenBuffer::ConvertShortMatches(const IsBetter& isBetter) {
     --counts_.literals[kFirstLengthSymbol];
     --counts_.distances[token.DistanceSymbol()];
     token = Token::Triple(match.bytes);
-    for (int32_t j = 0; j < kMatchBytes; ++j) ++counts_.literals[token.Byte(j)];
+    for (const uint8_t byte : match.bytes) ++counts_.literals[byte];
   }
   const bool isChanged = kept < shortCount_;
   shortCount_ = kept;
