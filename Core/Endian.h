@@ -16,6 +16,15 @@ constexpr void StoreLittle32(uint8_t* bytes, uint32_t value) {
   bytes[3] = static_cast<uint8_t>(value >> 24);
 }
 
+constexpr uint64_t LoadLittle64(const uint8_t* bytes) {
+  return uint64_t{LoadLittle32(bytes)} | uint64_t{LoadLittle32(bytes + 4)} << 32;
+}
+
+constexpr void StoreLittle64(uint8_t* bytes, uint64_t value) {
+  StoreLittle32(bytes, static_cast<uint32_t>(value));
+  StoreLittle32(bytes + 4, static_cast<uint32_t>(value >> 32));
+}
+
 constexpr uint32_t LoadBig32(const uint8_t* bytes) {
   return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 |
          uint32_t{bytes[3]};
