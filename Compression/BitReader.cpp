@@ -13,7 +13,8 @@ bool BitReader::Read32(uint32_t& value) {
 
 // Takes bytes out of the buffer until `count` bits are held. False: there are too few.
 bool BitReader::HoldBits(int32_t count) {
-  if (cursor_.BytesLeft() < kTopUpBelow) TopUp();
+  if (cursor_.BytesLeft() < kTopUpBelow && !isToppedUp_) TopUp();
+  isToppedUp_ = false;
   while (cursor_.bitCount < count) {
     if (cursor_.next == cursor_.end) return false;
     cursor_.AddByte();

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "Compression/DeflateFormat.h"
+#include "Compression/FastSymbols.h"
 
 namespace {
 
@@ -28,11 +29,11 @@ class BlockDecoder::DirectBits {
 
   const BitCursor& Cursor() const { return cursor_; }
 
-  int32_t ReadSymbol(const HuffmanTable& table) {
+  DecodeEntry ReadSymbol(const HuffmanTable& table) {
     Refill();
-    const HuffmanTable::DirectEntry entry = table.Find(cursor_.Peek(table.MaxLength()));
-    cursor_.Drop(entry.length);
-    return entry.symbol;
+    const DecodeEntry entry = table.Entries().Find(cursor_.bits);
+    cursor_.Drop(static_cast<int32_t>(entry.CodeBits()));
+    return entry;
   }
 
   int32_t ReadExtra(int32_t count) {
@@ -41,11 +42,8 @@ class BlockDecoder::DirectBits {
   }
 
   // After symbol 0: whether it consumed nothing, as it does when it has no code and stands for a
-  // pattern without one. All entries of symbol 0 are alike.
-  bool IsStuck(const HuffmanTable& table) const {
-    const HuffmanTable::DirectEntry next = table.Find(cursor_.Peek(table.MaxLength()));
-    return next.symbol == 0 && next.length == 0;
-  }
+  // pattern without one. It will be read again and again.
+  bool IsStuck(DecodeEntry last, const HuffmanTable&) const { return last.CodeBits() == 0; }
 
  private:
   // Enough for any code or extra bits. Two bytes at a time may come to eight for one symbol, where
@@ -64,7 +62,7 @@ class BlockDecoder::CarefulBits {
  public:
   explicit CarefulBits(BitReader& reader) : reader_(reader) {}
 
-  int32_t ReadSymbol(const HuffmanTable& table) { return table.ReadSymbol(reader_); }
+  DecodeEntry ReadSymbol(HuffmanTable& table) { return table.ReadCarefully(reader_); }
 
   // Deliberate: -1 where the input ends within the bits, and the match is one byte shorter or
   // nearer. The stream's end is noticed at its next distance, or by its missing trailer.
@@ -74,54 +72,69 @@ class BlockDecoder::CarefulBits {
   }
 
   // Whether no further symbol can be read, now or later.
-  bool IsStuck(const HuffmanTable& table) const {
-    return reader_.IsExhausted(table.FirstLevelBits());
+  bool IsStuck(DecodeEntry, const HuffmanTable& table) const {
+    return reader_.IsExhausted(table.MinLength());
   }
 
  private:
   BitReader& reader_;
 };
 
+// Deliberate: what is no symbol is put too, as the byte 0xFF: a stream that ends within a
+// compressed block goes on with such bytes until the output's limit ends it. A pattern without a
+// code is symbol 0, here and in distances.
+template <typename Bits>
+inline BlockDecoder::SymbolOutcome BlockDecoder::PutByte(Bits& bits, DecodeEntry entry) {
+  const bool isMissing = entry.IsSpecial(DecodeEntry::kInputEnd);
+  if ((isMissing || entry.Value() == 0) && refusesEndlessOutput_ &&
+      bits.IsStuck(entry, literals_)) {
+    return SymbolOutcome::kFailed;
+  }
+  window_.Put(isMissing ? uint8_t{0xFF} : static_cast<uint8_t>(entry.Value()));
+  return SymbolOutcome::kContinue;
+}
+
 // What one symbol means, however its bits are read.
 template <typename Bits>
 inline BlockDecoder::SymbolOutcome BlockDecoder::DecodeSymbol(Bits& bits, int32_t& budget) {
-  const int32_t symbol = bits.ReadSymbol(literals_);
-  if (symbol < kEndOfBlock) {
-    if (symbol <= 0 && refusesEndlessOutput_ && bits.IsStuck(literals_)) {
-      return SymbolOutcome::kFailed;
-    }
-    // Deliberate: kNoSymbol is put too, as the byte 0xFF: a stream that ends within a compressed
-    // block goes on with such bytes until the output's limit ends it.
-    window_.Put(static_cast<uint8_t>(symbol));
+  const DecodeEntry entry = bits.ReadSymbol(literals_);
+  if (entry.Has(DecodeEntry::kLiteral) || entry.IsSpecial(DecodeEntry::kUnassigned) ||
+      entry.IsSpecial(DecodeEntry::kInputEnd)) {
     --budget;
-    return SymbolOutcome::kContinue;
+    return PutByte(bits, entry);
   }
-  if (symbol == kEndOfBlock) return SymbolOutcome::kBlockEnd;
-  const int32_t lengthRange = symbol - kFirstLengthSymbol;
-  if (lengthRange >= kLengthRangeCount) return SymbolOutcome::kFailed;
-  const auto [lengthBase, lengthBits] = kLengthRanges[lengthRange];
-  const int32_t length = lengthBase + bits.ReadExtra(lengthBits);
+  if (entry.IsSpecial(DecodeEntry::kBlockEnd)) return SymbolOutcome::kBlockEnd;
+  if (entry.Has(DecodeEntry::kSpecial)) return SymbolOutcome::kFailed;
+  const int32_t length = static_cast<int32_t>(entry.Value()) + bits.ReadExtra(entry.ExtraBits());
 
-  const int32_t distanceSymbol = bits.ReadSymbol(distances_);
-  if (distanceSymbol < 0 || distanceSymbol >= kDistanceRangeCount) return SymbolOutcome::kFailed;
-  const auto [distanceBase, distanceBits] = kDistanceRanges[distanceSymbol];
-  const int32_t distance = distanceBase + bits.ReadExtra(distanceBits);
+  DecodeEntry distanceEntry = bits.ReadSymbol(distances_);
+  if (distanceEntry.IsSpecial(DecodeEntry::kUnassigned)) distanceEntry = kDistanceMeanings[0];
+  if (distanceEntry.Has(DecodeEntry::kSpecial)) return SymbolOutcome::kFailed;
+  const int32_t distance =
+      static_cast<int32_t>(distanceEntry.Value()) + bits.ReadExtra(distanceEntry.ExtraBits());
 
   window_.CopyMatch(distance, length);
   budget -= length;
   return SymbolOutcome::kContinue;
 }
 
-// The hot loop. The bytes for a whole symbol are there at each turn, so nothing within it asks the
-// source or tests for the end of the input.
+// Symbols for which the bytes are there, so that nothing asks the source or tests for the end of
+// the input. After the fast loop at least one, which it may have left; the others where it cannot
+// work.
 BlockDecoder::SymbolOutcome BlockDecoder::DecodeBuffered(int32_t& budget) {
-  DirectBits bits(reader_.Cursor());
+  BitCursor cursor = reader_.Cursor();
+  if (cursor.BytesLeft() >= kFastInput && budget > 2) {
+    DecodeFast(literals_, distances_, cursor, window_, budget);
+    reader_.SetCursor(cursor);
+    if (budget <= 0) return SymbolOutcome::kContinue;
+  }
+  DirectBits bits(cursor);
   int32_t left = budget;
   SymbolOutcome outcome = SymbolOutcome::kContinue;
-  while (outcome == SymbolOutcome::kContinue && left > 0 &&
-         bits.Cursor().BytesLeft() >= kBytesPerSymbol) {
+  do {
     outcome = DecodeSymbol(bits, left);
-  }
+  } while (outcome == SymbolOutcome::kContinue && left > 0 &&
+           bits.Cursor().BytesLeft() >= kBytesPerSymbol && bits.Cursor().BytesLeft() < kFastInput);
   reader_.SetCursor(bits.Cursor());
   budget = left;
   return outcome;
@@ -139,10 +152,36 @@ BlockDecoder::Outcome BlockDecoder::DecodeSymbols(int32_t& budget) {
   return Outcome::kBudgetUsed;
 }
 
-bool BlockDecoder::UseFixedTables() {
-  return literals_.Build(kFixedLiteralLengths.data(), kLiteralLengthSymbols) &&
-         distances_.Build(kFixedDistanceLengths.data(), kDistanceSymbols);
+void BlockDecoder::UseFixedTables() {
+  literals_.UseFixedLiterals();
+  distances_.UseFixedDistances();
 }
+
+// Code lengths as they come: plain ones, and repeats, which cross from one alphabet into the other.
+struct BlockDecoder::CodeLengths {
+  std::array<uint8_t, kMaxLengthCount> of = {};
+  int32_t count = 0;
+  int32_t filled = 0;
+  // Deliberate: a repeat of the previous length at the very start repeats 0.
+  uint8_t previous = 0;
+
+  bool IsFull() const { return filled == count; }
+
+  // Takes one symbol with its extra bits. False: it would go beyond `count`.
+  bool Add(uint32_t symbol, uint32_t extra) {
+    if (symbol < kRepeatPreviousLength) {
+      of[filled++] = previous = static_cast<uint8_t>(symbol);
+      return true;
+    }
+    if (symbol != kRepeatPreviousLength) previous = 0;
+    const int32_t times =
+        kRepeatRanges[symbol - kRepeatPreviousLength].base + static_cast<int32_t>(extra);
+    if (times > count - filled) return false;
+    std::fill_n(of.begin() + filled, times, previous);
+    filled += times;
+    return true;
+  }
+};
 
 bool BlockDecoder::ReadDynamicTables() {
   uint32_t literals = 0;
@@ -166,35 +205,38 @@ bool BlockDecoder::ReadDynamicTables() {
 
   // The code of the lengths borrows the table that the lengths themselves fill last.
   HuffmanTable& codeLengthCode = distances_;
-  std::array<uint8_t, kMaxLengthCount> lengths{};
-  return codeLengthCode.Build(codeLengthLengths.data(), kCodeLengthSymbols) &&
-         ReadCodeLengths(codeLengthCode, lengths.data(), literalCount + distanceCount) &&
-         literals_.Build(lengths.data(), literalCount) &&
-         distances_.Build(lengths.data() + literalCount, distanceCount);
+  CodeLengths lengths;
+  lengths.count = literalCount + distanceCount;
+  return codeLengthCode.Build(codeLengthLengths.data(), kCodeLengthSymbols, kCodeLengthMeanings) &&
+         ReadCodeLengths(codeLengthCode, lengths) &&
+         literals_.Build(lengths.of.data(), literalCount, kLiteralLengthMeanings) &&
+         distances_.Build(lengths.of.data() + literalCount, distanceCount, kDistanceMeanings);
 }
 
-// Reads `count` run-length coded code lengths; runs cross from one alphabet into the other.
-bool BlockDecoder::ReadCodeLengths(const HuffmanTable& code, uint8_t* lengths, int32_t count) {
-  // Deliberate: a repeat of the previous length at the very start repeats 0.
-  uint8_t previous = 0;
-  for (int32_t filled = 0; filled < count;) {
-    const int32_t symbol = code.ReadSymbol(reader_);
-    if (symbol < 0) return false;
-    if (symbol < kRepeatPreviousLength) {
-      previous = static_cast<uint8_t>(symbol);
-      lengths[filled++] = previous;
-      continue;
+// In turns: from the buffer while it is far from its end and nothing is special, and then one
+// symbol carefully.
+bool BlockDecoder::ReadCodeLengths(HuffmanTable& code, CodeLengths& lengths) {
+  const HuffmanTable::View view = code.Entries();
+  while (true) {
+    BitCursor cursor = reader_.Cursor();
+    while (!lengths.IsFull() && cursor.BytesLeft() >= BitReader::kPlainBytes) {
+      const uint64_t bits = cursor.Ahead();
+      const DecodeEntry entry = view.Find(bits);
+      if (entry.Has(DecodeEntry::kSpecial)) break;
+      if (!lengths.Add(entry.Value(), entry.ExtraIn(bits))) return false;
+      cursor.Consume(static_cast<int32_t>(entry.AllBits()));
     }
-    if (symbol != kRepeatPreviousLength) previous = 0;
-    const auto [base, extraBits] = kRepeatRanges[symbol - kRepeatPreviousLength];
+    reader_.SetCursor(cursor);
+    if (lengths.IsFull()) return true;
+
+    const DecodeEntry entry = code.ReadCarefully(reader_);
     uint32_t extra = 0;
-    if (!reader_.ReadBits(extraBits, extra)) return false;
-    const int32_t times = base + static_cast<int32_t>(extra);
-    if (times > count - filled) return false;
-    std::fill_n(lengths + filled, times, previous);
-    filled += times;
+    if (entry.Has(DecodeEntry::kSpecial) || !reader_.ReadBits(entry.ExtraBits(), extra) ||
+        !lengths.Add(entry.Value(), extra)) {
+      return false;
+    }
+    if (lengths.IsFull()) return true;
   }
-  return true;
 }
 
 bool BlockDecoder::ReadStoredLength() {
@@ -211,6 +253,16 @@ bool BlockDecoder::ReadStoredLength() {
 
 BlockDecoder::Outcome BlockDecoder::CopyStored(int32_t& budget) {
   while (storedLeft_ > 0 && budget > 0) {
+    const int32_t count = std::min({reader_.BufferedBytes(), storedLeft_, budget});
+    if (count > 0) {
+      BitCursor cursor = reader_.Cursor();
+      window_.PutAll(cursor.next, count);
+      cursor.next += count;
+      reader_.SetCursor(cursor);
+      storedLeft_ -= count;
+      budget -= count;
+      continue;
+    }
     uint8_t byte = 0;
     if (!reader_.ReadByte(byte)) return Outcome::kFailed;
     window_.Put(byte);

@@ -21,8 +21,8 @@ class BlockDecoder {
   // by whoever limits the output; after this call DecodeSymbols fails as soon as it meets one.
   void RefuseEndlessOutput() { refusesEndlessOutput_ = true; }
 
-  // Sets up the codes of a fixed block. False: no memory.
-  [[nodiscard]] bool UseFixedTables();
+  // Sets up the codes of a fixed block.
+  void UseFixedTables();
 
   // Reads the codes of a dynamic block. False: the header is malformed or cut short, or no memory.
   [[nodiscard]] bool ReadDynamicTables();
@@ -40,11 +40,14 @@ class BlockDecoder {
 
  private:
   enum class SymbolOutcome { kContinue, kFailed, kBlockEnd };
+  struct CodeLengths;
   class DirectBits;
   class CarefulBits;
 
-  [[nodiscard]] bool ReadCodeLengths(const HuffmanTable& code, uint8_t* lengths, int32_t count);
+  [[nodiscard]] bool ReadCodeLengths(HuffmanTable& code, CodeLengths& lengths);
   SymbolOutcome DecodeBuffered(int32_t& budget);
+  template <typename Bits>
+  SymbolOutcome PutByte(Bits& bits, DecodeEntry entry);
   template <typename Bits>
   SymbolOutcome DecodeSymbol(Bits& bits, int32_t& budget);
 

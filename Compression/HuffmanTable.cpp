@@ -1,136 +1,260 @@
 #include "Compression/HuffmanTable.h"
 
 #include <algorithm>
-#include <array>
-#include <limits>
+#include <bit>
+#include <cstring>
 
-#include "Compression/CanonicalCode.h"
 #include "Compression/DeflateFormat.h"
 
-struct HuffmanTable::Code {
-  uint16_t bits;      // reversed, the first bit lowest
-  uint8_t length;     // 0: the symbol has no code
-  uint8_t runLength;  // with the first symbol of a run of equal lengths: how many they are
+namespace {
+
+constexpr std::array<uint8_t, 256> kReversedBytes = [] {
+  std::array<uint8_t, 256> reversed{};
+  for (uint32_t byte = 1; byte < 256; ++byte) {
+    reversed[byte] = static_cast<uint8_t>(reversed[byte >> 1] >> 1 | (byte & 1) << 7);
+  }
+  return reversed;
+}();
+
+// The lowest `length` bits the other way round.
+constexpr uint32_t Reversed(uint32_t code, int32_t length) {
+  return (uint32_t{kReversedBytes[code & 0xFF]} << 8 | kReversedBytes[code >> 8]) >> (16 - length);
+}
+static_assert(Reversed(0b0011, 4) == 0b1100 && Reversed(0x4001, 15) == 0x4001);
+
+// How many codes there are of each length. Counted, and later sorted, in two halves of the alphabet
+// at once: neighbours often have the same length, and one by one each would wait for the other.
+struct Counts {
+  using ByLength = std::array<uint16_t, kMaxCodeLength + 1>;
+
+  ByLength of = {};
+  ByLength inLowerHalf = {};
+
+  // False: a length above kMaxCodeLength.
+  constexpr bool Count(const uint8_t* lengths, int32_t symbolCount) {
+    const int32_t half = symbolCount / 2;
+    uint32_t highest = symbolCount % 2 == 0 ? 0 : lengths[symbolCount - 1];
+    for (int32_t i = 0; i < 2 * half; ++i) highest |= lengths[i];
+    if (highest > kMaxCodeLength) return false;
+    for (int32_t i = 0; i < half; ++i) {
+      ++inLowerHalf[lengths[i]];
+      ++of[lengths[half + i]];
+    }
+    if (symbolCount % 2 != 0) ++of[lengths[symbolCount - 1]];
+    for (std::size_t length = 0; length < of.size(); ++length) {
+      of[length] = static_cast<uint16_t>(of[length] + inLowerHalf[length]);
+    }
+    return true;
+  }
+
+  constexpr int32_t Shortest() const {
+    int32_t length = 1;
+    while (length <= kMaxCodeLength && of[length] == 0) ++length;
+    return length;
+  }
+
+  constexpr int32_t Longest() const {
+    int32_t length = kMaxCodeLength;
+    while (length > 0 && of[length] == 0) --length;
+    return length;
+  }
+
+  // The codes of kMaxCodeLength bits that are left over; negative: there are not enough codes.
+  constexpr int32_t Unused() const {
+    int32_t left = 1 << kMaxCodeLength;
+    for (int32_t length = 1; length <= kMaxCodeLength; ++length) {
+      left -= of[length] << (kMaxCodeLength - length);
+    }
+    return left;
+  }
+
+  // Writes the symbols in the order of their codes to `symbols`, those without a code in front, and
+  // returns where the others begin.
+  constexpr const uint16_t* Sort(const uint8_t* lengths, int32_t symbolCount,
+                                 uint16_t* symbols) const {
+    ByLength lower{};
+    ByLength upper{};
+    uint16_t next = 0;
+    for (std::size_t length = 0; length < of.size(); ++length) {
+      lower[length] = next;
+      upper[length] = static_cast<uint16_t>(next + inLowerHalf[length]);
+      next = static_cast<uint16_t>(next + of[length]);
+    }
+    const int32_t half = symbolCount / 2;
+    for (int32_t i = 0; i < half; ++i) {
+      symbols[lower[lengths[i]]++] = static_cast<uint16_t>(i);
+      symbols[upper[lengths[half + i]]++] = static_cast<uint16_t>(half + i);
+    }
+    if (symbolCount % 2 != 0) {
+      const int32_t last = symbolCount - 1;
+      symbols[upper[lengths[last]]] = static_cast<uint16_t>(last);
+    }
+    return &symbols[of[0]];
+  }
 };
 
-bool HuffmanTable::Build(const uint8_t* lengths, int32_t symbolCount) {
-  std::array<uint16_t, kLiteralLengthSymbols> bits;
-  if (!AssignCanonicalCodes(lengths, symbolCount, bits.data())) return false;
-  maxLength_ = *std::max_element(lengths, lengths + symbolCount);
-  if (maxLength_ == 0) return false;
+// Goes through the codes in their order, which is that of numbers with the first bit highest. Each
+// is turned round by itself: counting on in the other order would be a chain of slow steps.
+struct CodeWalk {
+  const DecodeMeanings& meanings;
+  const uint16_t* symbol;  // sorted
+  uint32_t code = 0;
+  int32_t length = 0;
 
-  std::array<Code, kLiteralLengthSymbols> codes;
-  int32_t runStart = -1;
-  for (int32_t symbol = 0; symbol < symbolCount; ++symbol) {
-    codes[symbol] = {bits[symbol], lengths[symbol], 0};
-    if (lengths[symbol] == 0) continue;
-    if (runStart < 0 || lengths[runStart] != lengths[symbol]) runStart = symbol;
-    uint8_t& runLength = codes[runStart].runLength;
-    if (runLength < std::numeric_limits<uint8_t>::max()) ++runLength;
+  // Goes on to the codes that are one bit longer.
+  constexpr void Lengthen() {
+    code <<= 1;
+    ++length;
   }
-  return BuildDirect(codes.data(), symbolCount) && BuildLevels(codes.data(), symbolCount);
+
+  // The place of the present code in a table, or the first bits of it.
+  constexpr uint32_t Index() const { return Reversed(code, length); }
+
+  // The entry for the present code; and on to the next one.
+  constexpr DecodeEntry Take() {
+    ++code;
+    return meanings[*symbol++].WithCode(static_cast<uint32_t>(length));
+  }
+};
+
+// Fills a table of `indexBits` bits with the codes that it can hold: the table of one bit first,
+// which it doubles, puts in the codes of two bits, and so on. What the codes of a length leave
+// free, the codes of the next ones take.
+constexpr void FillFirst(DecodeEntry* entries, int32_t indexBits, DecodeEntry unassigned,
+                         const Counts& counts, CodeWalk& walk) {
+  entries[0] = unassigned;
+  while (walk.length < indexBits) {
+    const uint32_t half = uint32_t{1} << walk.length;
+    std::copy_n(entries, half, entries + half);
+    walk.Lengthen();
+    for (int32_t count = counts.of[walk.length]; count > 0; --count) {
+      const uint32_t index = walk.Index();
+      entries[index] = walk.Take();
+    }
+  }
 }
 
-bool HuffmanTable::BuildDirect(const Code* codes, int32_t symbolCount) {
-  if (!direct_.SetSize(1 << std::min(maxLength_, kMaxDirectBits))) return false;
-  std::fill(direct_.begin(), direct_.end(), DirectEntry{0, codes[0].length});
-  for (int32_t symbol = 0; symbol < symbolCount; ++symbol) {
-    const Code& code = codes[symbol];
-    lengths_[symbol] = code.length;
-    if (code.length == 0) continue;
-    if (code.length > kMaxDirectBits) {
-      direct_[code.bits & (direct_.Size() - 1)] = DirectEntry{kLongCode, 0};
-      continue;
+// Fills second tables with the longer codes and links the first table to them. Each comes when the
+// one before it is full, as the first bits of codes in their order never decrease.
+void FillSecond(DecodeEntry* entries, int32_t indexBits, uint32_t secondSize,
+                DecodeEntry unassigned, const Counts& counts, CodeWalk& walk) {
+  const uint32_t firstSize = uint32_t{1} << indexBits;
+  DecodeEntry* second = entries + firstSize;  // the next one
+  uint32_t first = firstSize;                 // which leads to the last one: none yet
+  while (walk.length < kMaxCodeLength) {
+    walk.Lengthen();
+    const uint32_t step = uint32_t{1} << (walk.length - indexBits);
+    for (int32_t count = counts.of[walk.length]; count > 0; --count) {
+      const uint32_t bits = walk.Index();
+      if (first != (bits & (firstSize - 1))) {
+        first = bits & (firstSize - 1);
+        entries[first] =
+            DecodeEntry(static_cast<uint32_t>(second - entries), DecodeEntry::kLong, 0);
+        std::fill_n(second, secondSize, unassigned);
+        second += secondSize;
+      }
+      const DecodeEntry entry = walk.Take();
+      for (uint32_t i = bits >> indexBits; i < secondSize; i += step) {
+        *(second - secondSize + i) = entry;
+      }
     }
-    const DirectEntry entry{static_cast<uint16_t>(symbol), code.length};
-    for (int32_t i = code.bits; i < direct_.Size(); i += 1 << code.length) direct_[i] = entry;
   }
+}
+
+// The table of a code without gaps that fits.
+template <int32_t kBits, std::size_t kSymbols>
+constexpr std::array<DecodeEntry, 1 << kBits> MakeTable(
+    const std::array<uint8_t, kSymbols>& lengths, const DecodeMeanings& meanings) {
+  Counts counts;
+  std::array<uint16_t, kSymbols> symbols{};
+  std::array<DecodeEntry, 1 << kBits> entries{};
+  counts.Count(lengths.data(), kSymbols);
+  CodeWalk walk = {meanings, counts.Sort(lengths.data(), kSymbols, symbols.data())};
+  FillFirst(entries.data(), kBits, entries[0], counts, walk);
+  return entries;
+}
+
+constexpr auto kFixedLiterals = MakeTable<9>(kFixedLiteralLengths, kLiteralLengthMeanings);
+constexpr auto kFixedDistances = MakeTable<5>(kFixedDistanceLengths, kDistanceMeanings);
+
+}  // namespace
+
+bool HuffmanTable::Build(const uint8_t* lengths, int32_t symbolCount,
+                         const DecodeMeanings& meanings) {
+  Counts counts;
+  if (!counts.Count(lengths, symbolCount)) return false;
+  const int32_t longest = counts.Longest();
+  const int32_t unused = counts.Unused();
+  if (longest == 0 || unused < 0) return false;
+  isComplete_ = unused == 0;
+  hasLevels_ = false;
+  minLength_ = counts.Shortest();
+  indexBits_ = std::min(longest, kMaxIndexBits);
+  longMask_ = (uint32_t{1} << (longest - indexBits_)) - 1;
+  symbolCount_ = symbolCount;
+  meanings_ = &meanings;
+  std::memcpy(lengths_.data(), lengths, static_cast<std::size_t>(symbolCount));
+
+  std::array<uint16_t, kLiteralLengthSymbols> symbols;
+  const DecodeEntry unassigned =
+      DecodeEntry::Special(DecodeEntry::kUnassigned).WithCode(lengths[0]);
+  CodeWalk walk = {meanings, counts.Sort(lengths, symbolCount, symbols.data())};
+  FillFirst(entries_.data(), indexBits_, unassigned, counts, walk);
+  FillSecond(entries_.data(), indexBits_, longMask_ + 1, unassigned, counts, walk);
   return true;
 }
 
-// The bits begin with those that long codes begin with; where no code goes on as they do, the slot
-// is one of symbol 0, and as in the direct table that consumes the length of symbol 0's code.
-HuffmanTable::DirectEntry HuffmanTable::FindLong(uint32_t bits) const {
-  int16_t slot = LinkTo(0);
-  do {
-    const auto [offset, indexBits] = subtables_[LinkedSubtable(slot)];
-    slot = slots_[offset + static_cast<int32_t>(bits & ((uint32_t{1} << indexBits) - 1))];
-    bits >>= indexBits;
-  } while (slot < 0);
-  return {static_cast<uint16_t>(slot), lengths_[slot]};
+void HuffmanTable::UseFixedLiterals() {
+  UseFixed(kFixedLiterals, kFixedLiteralLengths, kLiteralLengthMeanings);
 }
 
-bool HuffmanTable::BuildLevels(const Code* codes, int32_t symbolCount) {
-  std::array<bool, kMaxCodeLength + 1> isInUse{};
-  for (int32_t symbol = 0; symbol < symbolCount; ++symbol) isInUse[codes[symbol].length] = true;
-
-  // From each code length in use to the next.
-  std::array<uint8_t, kMaxCodeLength> levelBits{};
-  int32_t levelCount = 0;
-  int32_t previous = 0;
-  for (int32_t length = 1; length <= kMaxCodeLength; ++length) {
-    if (!isInUse[length]) continue;
-    levelBits[levelCount++] = static_cast<uint8_t>(length - previous);
-    previous = length;
-  }
-
-  subtables_.Clear();
-  slots_.Clear();
-  if (!AddSubtable(levelBits[0])) return false;
-  for (int32_t symbol = 0; symbol < symbolCount; ++symbol) {
-    if (codes[symbol].length > 0 && !InsertCode(codes[symbol], symbol, levelBits.data())) {
-      return false;
-    }
-  }
-  return true;
+void HuffmanTable::UseFixedDistances() {
+  UseFixed(kFixedDistances, kFixedDistanceLengths, kDistanceMeanings);
 }
 
-// Walks down from the root, adding the tables that are missing. No code begins another, which
-// AssignCanonicalCodes has made sure of: a slot on the way that holds no link is an empty one, and
-// so is the one at the end.
-bool HuffmanTable::InsertCode(const Code& code, int32_t symbol, const uint8_t* levelBits) {
-  int32_t bits = code.bits;
-  int32_t bitsLeft = code.length;
-  int32_t subtable = 0;
-  for (int32_t level = 1;; ++level) {
-    const auto [offset, indexBits] = subtables_[subtable];
-    const int32_t slot = offset + (bits & ((1 << indexBits) - 1));
-    bits >>= indexBits;
-    bitsLeft -= indexBits;
-    if (bitsLeft == 0) {
-      slots_[slot] = static_cast<int16_t>(symbol);
-      return true;
-    }
-    if (slots_[slot] >= 0) {
-      // Where the run that starts here fills the rest of the tree alone, one table does for all its
-      // remaining levels.
-      const bool runFillsTable = bits == 0 && code.runLength >= 1 << bitsLeft;
-      const int32_t width =
-          runFillsTable ? std::max<int32_t>(levelBits[level], bitsLeft) : int32_t{levelBits[level]};
-      slots_[slot] = LinkTo(subtables_.Size());
-      if (!AddSubtable(width)) return false;
-    }
-    subtable = LinkedSubtable(slots_[slot]);
-  }
+template <std::size_t kEntries, std::size_t kSymbols>
+void HuffmanTable::UseFixed(const std::array<DecodeEntry, kEntries>& entries,
+                            const std::array<uint8_t, kSymbols>& lengths,
+                            const DecodeMeanings& meanings) {
+  isComplete_ = true;
+  hasLevels_ = false;
+  minLength_ = *std::min_element(lengths.begin(), lengths.end());
+  indexBits_ = std::bit_width(kEntries) - 1;
+  longMask_ = 0;
+  symbolCount_ = kSymbols;
+  meanings_ = &meanings;
+  std::copy(lengths.begin(), lengths.end(), lengths_.begin());
+  std::copy(entries.begin(), entries.end(), entries_.begin());
 }
 
-bool HuffmanTable::AddSubtable(int32_t indexBits) {
-  const int32_t offset = slots_.Size();
-  const int32_t end = offset + (1 << indexBits);
-  if (!subtables_.Append({offset, indexBits}) || !slots_.Reserve(end) || !slots_.SetSize(end)) {
-    return false;
+// Where the bits that are held settle the symbol, or the code has no gaps and there is input
+// enough, the table says at once what the levels would come to: both consume the code's own bits,
+// and both ask the source at most once, and only when the code is longer than the bits held.
+// Everything else goes through the levels: gaps, because they consume what was read on the way; the
+// end of the input, because part of a code may be read before it fails.
+DecodeEntry HuffmanTable::ReadCarefully(BitReader& reader) {
+  const View view = Entries();
+  DecodeEntry entry = view.Find(reader.Cursor().bits);
+  const auto isHeld = [&](int32_t count) {
+    return static_cast<int32_t>(entry.CodeBits()) <= count &&
+           !entry.IsSpecial(DecodeEntry::kUnassigned);
+  };
+  uint32_t code = 0;
+  if (!isHeld(reader.Cursor().bitCount)) {
+    if (!isComplete_) return ReadThroughLevels(reader);
+    entry = view.Find(reader.LookAhead());
+    if (!isHeld(reader.SureBits())) return ReadThroughLevels(reader);
   }
-  std::fill(slots_.begin() + offset, slots_.end(), kUnassigned);
-  return true;
+  static_cast<void>(reader.ReadBits(static_cast<int32_t>(entry.CodeBits()), code));
+  return entry;
 }
 
-int32_t HuffmanTable::ReadSymbol(BitReader& reader) const {
-  int16_t slot = LinkTo(0);
-  do {
-    const auto [offset, indexBits] = subtables_[LinkedSubtable(slot)];
-    uint32_t index = 0;
-    if (!reader.ReadBits(indexBits, index)) return kNoSymbol;
-    slot = slots_[offset + static_cast<int32_t>(index)];
-  } while (slot < 0);
-  return slot;
+DecodeEntry HuffmanTable::ReadThroughLevels(BitReader& reader) {
+  if (!hasLevels_ && !levels_.Build(lengths_.data(), symbolCount_)) {
+    return DecodeEntry::Special(DecodeEntry::kNoMemory);
+  }
+  hasLevels_ = true;
+  const int32_t symbol = levels_.ReadSymbol(reader);
+  if (symbol != HuffmanLevels::kNoSymbol) return (*meanings_)[symbol];
+  return DecodeEntry::Special(DecodeEntry::kInputEnd);
 }

@@ -1,18 +1,8 @@
 #include "Compression/Inflater.h"
 
 #include <algorithm>
-#include <cstring>
 
-#include "Compression/DeflateFormat.h"
 #include "Core/StreamIo.h"
-
-namespace {
-
-// The pending bytes at which a step ends. The last match may pass it; even so the window never
-// fills up, which would look like a window with nothing pending.
-constexpr int32_t kMaxPending = kDeflateWindowSize - kMaxMatchLength - 1;
-
-}  // namespace
 
 bool Inflater::SetFormat(int32_t format) {
   container_.SetFormat(format);
@@ -42,15 +32,29 @@ bool Inflater::Deliver(int64_t& limit) {
   return true;
 }
 
+bool Inflater::RunInto(uint8_t* buffer, int32_t size, int32_t& obtained) {
+  obtained = 0;
+  if (input_ == nullptr) return false;
+  blocks_.RefuseEndlessOutput();
+  window_.Lend(buffer, size);
+  while (state_ != State::kDone) {
+    if (!Step()) return false;
+    const int32_t kept = std::min(window_.PendingSize(), size - obtained);
+    window_.CopyPending(buffer + obtained, kept);
+    window_.Release(window_.PendingSize());
+    obtained += kept;
+  }
+  return true;
+}
+
 bool Inflater::ReadOutput(void* buffer, int32_t size, int32_t& obtained) {
   uint8_t* next = static_cast<uint8_t*>(buffer);
   obtained = 0;
   while (obtained < size) {
     // Only here, with nothing pending: each step's bytes are accounted once.
     if (window_.PendingSize() == 0 && (!Step() || window_.PendingSize() == 0)) break;
-    const InflateWindow::Piece piece = window_.PendingPieces()[0];
-    const int32_t count = std::min(piece.size, size - obtained);
-    std::memcpy(next + obtained, piece.data, static_cast<std::size_t>(count));
+    const int32_t count = std::min(window_.PendingSize(), size - obtained);
+    window_.CopyPending(next + obtained, count);
     window_.Release(count);
     obtained += count;
   }
@@ -60,7 +64,8 @@ bool Inflater::ReadOutput(void* buffer, int32_t size, int32_t& obtained) {
 // Goes on until the room in the window is used up or the stream ends. False: the stream has failed;
 // the bytes of this step are dropped.
 bool Inflater::Step() {
-  int32_t room = kMaxPending - window_.PendingSize();
+  if (window_.PendingSize() == 0) window_.MakeRoom();
+  int32_t room = InflateWindow::kMaxPending - window_.PendingSize();
   while (room > 0 && state_ != State::kDone) {
     if (!Advance(room)) return Fail();
     if (room <= 0) AccountPending();
@@ -124,7 +129,8 @@ bool Inflater::ReadBlockHeader() {
       reader_.AlignToByte();
       return Enter(true, State::kStoredLength);
     case kFixedBlock:
-      return Enter(blocks_.UseFixedTables(), State::kCompressedData);
+      blocks_.UseFixedTables();
+      return Enter(true, State::kCompressedData);
     case kDynamicBlock:
       return Enter(blocks_.ReadDynamicTables(), State::kCompressedData);
     default:

@@ -14,7 +14,7 @@
 #include "Compression/InflateWindow.h"
 #include "Core/Stream.h"
 
-// For one stream only. About 40 KiB in itself.
+// For one stream only. About 200 KiB in itself, most of which a short stream leaves untouched.
 class Inflater {
  public:
   static constexpr int64_t kUnlimited = 0x7FFFFFFFFFFFFFFF;
@@ -35,6 +35,16 @@ class Inflater {
   // limit. It ends for every input: a damaged stream that would give bytes without end is stopped
   // by a finite limit, and with kUnlimited as soon as it is recognised.
   [[nodiscard]] bool Run(int64_t limit);
+
+  // Decompresses the whole stream, its first `size` bytes into `buffer` and the others nowhere, and
+  // reports in `obtained` how many it put there. What it works on stands in the buffer itself as
+  // far as that goes; where the stream gives less, the bytes behind are undefined. False: as for
+  // Run without a limit; the buffer is undefined. Requires: nothing has been decoded.
+  [[nodiscard]] bool RunInto(uint8_t* buffer, int32_t size, int32_t& obtained);
+
+  // A buffer that is larger than its stream by so much is never left for memory of the inflater's
+  // own, which would have to be copied from.
+  static constexpr int32_t kSpareSize = InflateWindow::kStepRoom;
 
   // Decompresses up to `size` bytes into `buffer` and reports how many in `obtained`: fewer only at
   // the end of the stream or at a failure. False: the stream has failed. Of a damaged stream that

@@ -56,6 +56,18 @@ bool Bitmap::Resize(int32_t width, int32_t height) {
   return RebuildRows();
 }
 
+bool Bitmap::ResizeForOverwrite(int32_t width, int32_t height) {
+  const int64_t count = int64_t{width} * height;
+  if (count > std::numeric_limits<int32_t>::max() ||
+      !pixels_.SetSize(static_cast<int32_t>(count))) {
+    Clear();
+    return false;
+  }
+  width_ = width;
+  height_ = height;
+  return RebuildRows();
+}
+
 void Bitmap::Fill(Color color) { std::fill(pixels_.begin(), pixels_.end(), color.Packed()); }
 
 void Bitmap::SetAlpha(int32_t alpha) {

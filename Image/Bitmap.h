@@ -24,6 +24,9 @@ class Bitmap {
   // there is no memory.
   [[nodiscard]] bool Resize(int32_t width, int32_t height);
 
+  // As Resize of a 0 x 0 bitmap, with undefined pixels. Requires: the bitmap is 0 x 0.
+  [[nodiscard]] bool ResizeForOverwrite(int32_t width, int32_t height);
+
   void Fill(Color color);
 
   // Gives every pixel the alpha `alpha`, clamped to 0..255; the colours stay.

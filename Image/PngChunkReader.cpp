@@ -18,6 +18,7 @@ bool ReadChunkHeader(Core::Stream& in, PngChunk& chunk) {
 
 bool ReadChunkData(Core::Stream& in, const PngChunk& chunk, ByteArray& data) {
   constexpr int32_t kPieceSize = 65536;
+  constexpr int32_t kMostReserved = 1 << 20;  // untouched until the bytes arrive
   if (chunk.length > std::numeric_limits<int32_t>::max() - data.Size()) return false;
 
   uint8_t bytes[kChunkCrcSize];
@@ -26,7 +27,7 @@ bool ReadChunkData(Core::Stream& in, const PngChunk& chunk, ByteArray& data) {
   for (int32_t left = chunk.length; left > 0;) {
     const int32_t count = std::min(left, kPieceSize);
     const int32_t start = data.Size();
-    if (!data.Reserve(start + count) || !data.SetSize(start + count) ||
+    if (!data.Reserve(start + std::min(left, kMostReserved)) || !data.SetSize(start + count) ||
         !ReadExactly(in, data.Data() + start, count)) {
       return false;
     }

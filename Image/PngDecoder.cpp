@@ -4,6 +4,7 @@
 #include <array>
 #include <limits>
 
+#include "Compression/DeflateFormat.h"
 #include "Compression/Inflater.h"
 #include "Core/Array.h"
 #include "Core/Endian.h"
@@ -14,7 +15,6 @@
 #include "Image/PngHeader.h"
 #include "Image/PngPixels.h"
 #include "Image/PngUnfilter.h"
-#include "Image/PrefixStream.h"
 
 namespace {
 
@@ -57,6 +57,7 @@ bool ChunkContents::Read(Core::Stream& in) {
       !ReadHeader(in)) {
     return false;
   }
+  ByteArray data;
   while (true) {
     PngChunk chunk;
     if (!ReadKnownGenerationHeader(in, chunk)) return false;
@@ -65,7 +66,7 @@ bool ChunkContents::Read(Core::Stream& in) {
       if (!BeginDataChunk() || !ReadChunkData(in, chunk, compressedData_)) return false;
       continue;
     }
-    ByteArray data;
+    data.Clear();
     if (!ReadChunkData(in, chunk, data)) return false;
     if (type == kChunkEnd) return true;
     if (!Interpret(chunk, data)) return false;
@@ -140,50 +141,65 @@ bool ChunkContents::InterpretKey(const ByteArray& data, int32_t sampleCount) {
   return true;
 }
 
-// Decompresses into `imageData` as much as the image needs. The whole stream is read, and its
-// checksum tested, even so.
-bool InflateImageData(const ByteArray& compressedData, PrefixStream& imageData) {
-  Core::MemoryStream source(compressedData.Data(), static_cast<uint32_t>(compressedData.Size()));
-  Inflater inflater(&source, &imageData);
-  return inflater.SetFormat(kZlib) && inflater.Run(Inflater::kUnlimited);
-}
-
-// Decodes the rows of one pass, beginning at `next`, which moves on behind them. Rows are restored
-// in place, so that each finds the restored one before it there.
-bool DecodePass(const ChunkContents& contents, const PngPass& pass, const ByteArray& zeroRow,
-                uint8_t*& next, Bitmap& bitmap) {
-  const PngHeader& header = contents.Header();
-  const int32_t passWidth = header.PassWidth(pass);
-  const int32_t passHeight = passWidth > 0 ? header.PassHeight(pass) : 0;
-  const int32_t rowSize = static_cast<int32_t>(header.RowSize(passWidth));
-  const uint8_t* previous = zeroRow.Data();
-  for (int32_t y = 0; y < passHeight; ++y) {
-    const uint8_t filter = *next++;
-    if (!UnfilterPngRow(filter, next, previous, rowSize, header.UnitSize())) return false;
-    Pixel* row = bitmap.Row(pass.yStart + y * pass.yStep) + pass.xStart;
-    ConvertPngRow(header, contents.Colors(), next, passWidth, row, pass.xStep);
-    previous = next;
-    next += rowSize;
-  }
-  return true;
-}
-
-// Requires: `imageData` holds header.ImageDataSize() bytes.
-bool DecodePasses(const ChunkContents& contents, ByteArray& imageData, Bitmap& bitmap) {
-  const PngHeader& header = contents.Header();
-  ByteArray zeroRow;
-  if (!bitmap.Resize(header.width, header.height) ||
-      !zeroRow.SetSize(static_cast<int32_t>(header.RowSize(header.width)))) {
+// Decompresses the first `needed` bytes into `imageData`, in which more bytes follow them. The
+// whole stream is read, and its checksum tested, even so. False also when it gives fewer.
+bool InflateImageData(const ByteArray& compressedData, int32_t needed, ByteArray& imageData) {
+  // A match of 258 bytes costs a bit at the least. What a header claims beyond that takes no
+  // memory.
+  constexpr int64_t kMostFromAByte = int64_t{8} * kMaxMatchLength;
+  const int64_t size = int64_t{needed} + Inflater::kSpareSize;
+  if (needed > kMostFromAByte * compressedData.Size() ||
+      !imageData.SetSize(
+          static_cast<int32_t>(std::min<int64_t>(size, std::numeric_limits<int32_t>::max())))) {
     return false;
   }
-  bitmap.Fill(Color(0, 0, 0, 0));
-  std::fill(zeroRow.begin(), zeroRow.end(), uint8_t{0});
-  uint8_t* next = imageData.Data();
-  for (const PngPass& pass : header.Passes()) {
-    if (!DecodePass(contents, pass, zeroRow, next, bitmap)) return false;
-  }
-  return true;
+  Core::MemoryStream source(compressedData.Data(), static_cast<uint32_t>(compressedData.Size()));
+  Inflater inflater(&source);
+  int32_t obtained = 0;
+  return inflater.SetFormat(kZlib) &&
+         inflater.RunInto(imageData.Data(), imageData.Size(), obtained) && obtained >= needed;
 }
+
+// The rows of a file's passes, one after the other.
+class RowDecoder {
+ public:
+  RowDecoder(const ChunkContents& contents, uint8_t* imageData, Bitmap& bitmap)
+      : header_(contents.Header()),
+        pixels_(contents.Header(), contents.Colors()),
+        next_(imageData),
+        bitmap_(bitmap) {}
+
+  // Decodes the rows of all passes. False: a filter is unknown.
+  [[nodiscard]] bool Decode() {
+    for (const PngPass& pass : header_.Passes()) {
+      if (!DecodePass(pass)) return false;
+    }
+    return true;
+  }
+
+ private:
+  // Rows are restored in place, so that each finds the restored one before it there.
+  [[nodiscard]] bool DecodePass(const PngPass& pass) {
+    const int32_t passWidth = header_.PassWidth(pass);
+    const int32_t passHeight = passWidth > 0 ? header_.PassHeight(pass) : 0;
+    const int32_t rowSize = static_cast<int32_t>(header_.RowSize(passWidth));
+    const uint8_t* previous = nullptr;
+    for (int32_t y = 0; y < passHeight; ++y) {
+      const uint8_t filter = *next_++;
+      if (!UnfilterPngRow(filter, next_, previous, rowSize, header_.UnitSize())) return false;
+      Pixel* row = bitmap_.Row(pass.yStart + y * pass.yStep) + pass.xStart;
+      pixels_.ConvertRow(next_, passWidth, row, pass.xStep);
+      previous = next_;
+      next_ += rowSize;
+    }
+    return true;
+  }
+
+  const PngHeader header_;
+  const PngPixels pixels_;
+  uint8_t* next_;  // the data of the next row
+  Bitmap& bitmap_;
+};
 
 }  // namespace
 
@@ -191,16 +207,17 @@ bool DecodePng(Core::Stream& in, Bitmap& bitmap) {
   ChunkContents contents;
   if (!bitmap.Resize(0, 0) || !contents.Read(in)) return false;
   const int64_t needed = contents.Header().ImageDataSize();
-  if (needed > std::numeric_limits<int32_t>::max()) return false;
-  PrefixStream imageData(static_cast<int32_t>(needed));
-  if (!InflateImageData(contents.CompressedData(), imageData) ||
-      imageData.Bytes().Size() < needed) {
+  ByteArray imageData;
+  if (needed > std::numeric_limits<int32_t>::max() ||
+      !InflateImageData(contents.CompressedData(), static_cast<int32_t>(needed), imageData)) {
     return false;
   }
   contents.CompressedData().Free();
   // Without pixels there is nothing to keep: the bitmap stays 0 x 0, as a table of two thousand
-  // million empty rows would serve nobody.
-  return needed == 0 || DecodePasses(contents, imageData.Bytes(), bitmap);
+  // million empty rows would serve nobody. Otherwise the passes reach every pixel.
+  return needed == 0 ||
+         (bitmap.ResizeForOverwrite(contents.Header().width, contents.Header().height) &&
+          RowDecoder(contents, imageData.Data(), bitmap).Decode());
 }
 
 bool LoadPng(Core::Stream& in, Bitmap& bitmap) {

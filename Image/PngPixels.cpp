@@ -11,124 +11,141 @@ struct PixelRow {
   int32_t step;
 };
 
+// The loop that most rows take has a step that the compiler knows.
 template <typename PixelAt>
 void FillRow(const PixelRow& row, PixelAt pixelAt) {
-  for (int32_t i = 0; i < row.count; ++i) row.pixels[int64_t{i} * row.step] = pixelAt(i);
-}
-
-// Reads samples of a whole number of bytes, each kSize.
-template <int32_t kSize>
-struct Samples {
-  static uint16_t Whole(const uint8_t* unit, int32_t index) {
-    return kSize == 1 ? unit[index] : LoadBig16(unit + int64_t{index} * kSize);
+  if (row.step == 1) {
+    for (int32_t i = 0; i < row.count; ++i) row.pixels[i] = pixelAt(i);
+  } else {
+    for (int32_t i = 0; i < row.count; ++i) row.pixels[int64_t{i} * row.step] = pixelAt(i);
   }
+}
 
-  static uint8_t UpperByte(const uint8_t* unit, int32_t index) {
-    return unit[int64_t{index} * kSize];
-  }
-};
+Pixel Opaque(Pixel color) { return color | ~kColorMask; }
 
-uint8_t AlphaUnlessKey(bool isKey) { return isKey ? 0 : 255; }
+Pixel WithAlphaUnlessKey(Pixel color, bool isKey) { return isKey ? color : Opaque(color); }
 
-template <int32_t kSize>
-void ConvertGrey(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
-  using S = Samples<kSize>;
-  FillRow(row, [&](int32_t i) {
-    const uint8_t* unit = samples + int64_t{i} * kSize;
-    const uint8_t grey = S::UpperByte(unit, 0);
-    const bool isKey = colors.hasKey && S::Whole(unit, 0) == colors.key[0];
-    return PackPixel(grey, grey, grey, AlphaUnlessKey(isKey));
+// The colour, without alpha, of bytes red, green, blue, anything, loaded as a little-endian number.
+Pixel ColorOf(uint32_t bytes) { return SwapBytes32(bytes) >> 8; }
+
+void ConvertRgba8(const uint8_t* samples, const PixelRow& row) {
+  FillRow(row, [=](int32_t i) {
+    const uint32_t unit = LoadLittle32(samples + int64_t{i} * 4);
+    return (unit & 0xFF00FF00) | (unit & 0xFF) << 16 | (unit >> 16 & 0xFF);
   });
 }
 
-template <int32_t kSize>
-void ConvertTruecolor(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
-  using S = Samples<kSize>;
-  FillRow(row, [&](int32_t i) {
-    const uint8_t* unit = samples + int64_t{i} * 3 * kSize;
-    const bool isKey = colors.hasKey && S::Whole(unit, 0) == colors.key[0] &&
-                       S::Whole(unit, 1) == colors.key[1] && S::Whole(unit, 2) == colors.key[2];
-    return PackPixel(S::UpperByte(unit, 0), S::UpperByte(unit, 1), S::UpperByte(unit, 2),
-                     AlphaUnlessKey(isKey));
-  });
-}
+// Each pixel is loaded with the byte behind it, so the last one is left to the caller.
+Pixel LastRgb8(const uint8_t* unit) { return PackPixel(unit[0], unit[1], unit[2], 0); }
 
-template <int32_t kSize>
-void ConvertGreyAlpha(const uint8_t* samples, const PixelRow& row) {
-  using S = Samples<kSize>;
-  FillRow(row, [&](int32_t i) {
-    const uint8_t* unit = samples + int64_t{i} * 2 * kSize;
-    const uint8_t grey = S::UpperByte(unit, 0);
-    return PackPixel(grey, grey, grey, S::UpperByte(unit, 1));
-  });
-}
-
-template <int32_t kSize>
-void ConvertTruecolorAlpha(const uint8_t* samples, const PixelRow& row) {
-  using S = Samples<kSize>;
-  FillRow(row, [&](int32_t i) {
-    const uint8_t* unit = samples + int64_t{i} * 4 * kSize;
-    return PackPixel(S::UpperByte(unit, 0), S::UpperByte(unit, 1), S::UpperByte(unit, 2),
-                     S::UpperByte(unit, 3));
-  });
-}
-
-// Samples of up to 8 bits, several to a byte with the first one highest.
-template <int32_t kBits>
-uint8_t PackedSample(const uint8_t* samples, int32_t index) {
-  constexpr int32_t kPerByte = 8 / kBits;
-  const int32_t shift = 8 - kBits * (index % kPerByte + 1);
-  return static_cast<uint8_t>(samples[index / kPerByte] >> shift & ((1 << kBits) - 1));
-}
-
-template <int32_t kBits>
-void ConvertPacked(const PngHeader& header, const PngColors& colors, const uint8_t* samples,
-                   const PixelRow& row) {
-  if (header.colorType == kPngIndexed) {
-    FillRow(row, [&](int32_t i) { return colors.palette[PackedSample<kBits>(samples, i)]; });
+void ConvertRgb8(const PngColors& colors, const uint8_t* samples, PixelRow row) {
+  constexpr int32_t kUnit = 3;
+  const int64_t last = row.count - 1;
+  --row.count;
+  const auto& [red, green, blue] = colors.key;
+  const Pixel lastColor = LastRgb8(samples + last * kUnit);
+  Pixel& lastPixel = row.pixels[last * row.step];
+  if (!colors.hasKey || (red | green | blue) > 0xFF) {  // no sample of 8 bits equals a larger key
+    FillRow(row,
+            [=](int32_t i) { return Opaque(ColorOf(LoadLittle32(samples + int64_t{i} * kUnit))); });
+    lastPixel = Opaque(lastColor);
     return;
   }
-  constexpr int32_t kScale = 255 / ((1 << kBits) - 1);  // repeats the sample's bits to fill a byte
-  FillRow(row, [&](int32_t i) {
-    const uint8_t sample = PackedSample<kBits>(samples, i);
-    const uint8_t grey = static_cast<uint8_t>(sample * kScale);
-    const bool isKey = colors.hasKey && sample == colors.key[0];
-    return PackPixel(grey, grey, grey, AlphaUnlessKey(isKey));
+  const Pixel key = PackPixel(static_cast<uint8_t>(red), static_cast<uint8_t>(green),
+                              static_cast<uint8_t>(blue), 0);
+  FillRow(row, [=](int32_t i) {
+    const Pixel color = ColorOf(LoadLittle32(samples + int64_t{i} * kUnit));
+    return WithAlphaUnlessKey(color, color == key);
+  });
+  lastPixel = WithAlphaUnlessKey(lastColor, lastColor == key);
+}
+
+void ConvertGreyAlpha8(const uint8_t* samples, const PixelRow& row) {
+  FillRow(row, [=](int32_t i) {
+    const uint8_t* unit = samples + int64_t{i} * 2;
+    return PackPixel(unit[0], unit[0], unit[0], unit[1]);
   });
 }
 
-template <int32_t kSize>
-void ConvertWhole(const PngHeader& header, const PngColors& colors, const uint8_t* samples,
-                  const PixelRow& row) {
-  switch (header.colorType) {
-    case kPngGrey:
-      return ConvertGrey<kSize>(colors, samples, row);
-    case kPngTruecolor:
-      return ConvertTruecolor<kSize>(colors, samples, row);
-    case kPngGreyAlpha:
-      return ConvertGreyAlpha<kSize>(samples, row);
-    case kPngTruecolorAlpha:
-      return ConvertTruecolorAlpha<kSize>(samples, row);
-    default:  // indices are never 16 bits wide
-      return ConvertPacked<8>(header, colors, samples, row);
-  }
+void ConvertGrey16(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
+  FillRow(row, [&](int32_t i) {
+    const uint8_t* unit = samples + int64_t{i} * 2;
+    const bool isKey = colors.hasKey && LoadBig16(unit) == colors.key[0];
+    return WithAlphaUnlessKey(PackPixel(unit[0], unit[0], unit[0], 0), isKey);
+  });
+}
+
+void ConvertRgb16(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
+  FillRow(row, [&](int32_t i) {
+    const uint8_t* unit = samples + int64_t{i} * 6;
+    const bool isKey = colors.hasKey && LoadBig16(unit) == colors.key[0] &&
+                       LoadBig16(unit + 2) == colors.key[1] && LoadBig16(unit + 4) == colors.key[2];
+    return WithAlphaUnlessKey(PackPixel(unit[0], unit[2], unit[4], 0), isKey);
+  });
+}
+
+void ConvertGreyAlpha16(const uint8_t* samples, const PixelRow& row) {
+  FillRow(row, [=](int32_t i) {
+    const uint8_t* unit = samples + int64_t{i} * 4;
+    return PackPixel(unit[0], unit[0], unit[0], unit[2]);
+  });
+}
+
+void ConvertRgba16(const uint8_t* samples, const PixelRow& row) {
+  FillRow(row, [=](int32_t i) {
+    const uint8_t* unit = samples + int64_t{i} * 8;
+    return PackPixel(unit[0], unit[2], unit[4], unit[6]);
+  });
+}
+
+// Samples of up to 8 bits, several to a byte with the first one highest, as indices into `colors`.
+template <int32_t kBits>
+void ConvertPacked(const Pixel* colors, const uint8_t* samples, const PixelRow& row) {
+  constexpr int32_t kPerByte = 8 / kBits;
+  FillRow(row, [=](int32_t i) {
+    const int32_t shift = 8 - kBits * (i % kPerByte + 1);
+    return colors[samples[i / kPerByte] >> shift & ((1 << kBits) - 1)];
+  });
 }
 
 }  // namespace
 
-void ConvertPngRow(const PngHeader& header, const PngColors& colors, const uint8_t* samples,
-                   int32_t count, Pixel* pixels, int32_t step) {
-  const PixelRow row{pixels, count, step};
-  switch (header.bitDepth) {
-    case 1:
-      return ConvertPacked<1>(header, colors, samples, row);
-    case 2:
-      return ConvertPacked<2>(header, colors, samples, row);
-    case 4:
-      return ConvertPacked<4>(header, colors, samples, row);
-    case 8:
-      return ConvertWhole<1>(header, colors, samples, row);
+PngPixels::PngPixels(const PngHeader& header, const PngColors& colors)
+    : header_(header), colors_(colors) {
+  if (header.colorType != kPngGrey || header.bitDepth > 8) return;
+  const int32_t last = (1 << header.bitDepth) - 1;
+  for (int32_t sample = 0; sample <= last; ++sample) {
+    const auto grey = static_cast<uint8_t>(255 / last * sample);  // repeats the bits to fill a byte
+    greys_[sample] = PackPixel(grey, grey, grey, 255);
+  }
+  if (colors.hasKey && colors.key[0] <= last) greys_[colors.key[0]] &= kColorMask;
+}
+
+void PngPixels::ConvertRow(const uint8_t* samples, int32_t count, Pixel* pixels,
+                           int32_t step) const {
+  const PixelRow row = {pixels, count, step};
+  const bool isWide = header_.bitDepth == 16;
+  switch (header_.colorType) {
+    case kPngTruecolor:
+      return isWide ? ConvertRgb16(colors_, samples, row) : ConvertRgb8(colors_, samples, row);
+    case kPngGreyAlpha:
+      return isWide ? ConvertGreyAlpha16(samples, row) : ConvertGreyAlpha8(samples, row);
+    case kPngTruecolorAlpha:
+      return isWide ? ConvertRgba16(samples, row) : ConvertRgba8(samples, row);
     default:
-      return ConvertWhole<2>(header, colors, samples, row);
+      break;
+  }
+  const Pixel* table = IsIndexed() ? colors_.palette.data() : greys_.data();
+  switch (header_.bitDepth) {
+    case 1:
+      return ConvertPacked<1>(table, samples, row);
+    case 2:
+      return ConvertPacked<2>(table, samples, row);
+    case 4:
+      return ConvertPacked<4>(table, samples, row);
+    case 8:
+      return ConvertPacked<8>(table, samples, row);
+    default:  // indices are never 16 bits wide
+      return ConvertGrey16(colors_, samples, row);
   }
 }

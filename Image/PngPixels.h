@@ -1,4 +1,4 @@
-// Turns the samples of a PNG row into pixels.
+// Turns the samples of PNG rows into pixels.
 #pragma once
 
 #include <array>
@@ -23,8 +23,20 @@ struct PngColors {
   std::array<uint16_t, 3> key = {};
 };
 
-// Writes the `count` pixels that the restored row data `samples` holds to `pixels`, `step` places
-// apart. 16-bit samples keep their upper byte; a key is compared with all 16 bits.
-// Requires: header.RowSize(count) bytes at `samples`.
-void ConvertPngRow(const PngHeader& header, const PngColors& colors, const uint8_t* samples,
-                   int32_t count, Pixel* pixels, int32_t step);
+class PngPixels {
+ public:
+  // `colors` is borrowed.
+  PngPixels(const PngHeader& header, const PngColors& colors);
+
+  // Writes the `count` pixels that the restored row data `samples` holds to `pixels`, `step` places
+  // apart. 16-bit samples keep their upper byte; a key is compared with all 16 bits.
+  // Requires: header.RowSize(count) bytes at `samples`, and count is not 0.
+  void ConvertRow(const uint8_t* samples, int32_t count, Pixel* pixels, int32_t step) const;
+
+ private:
+  bool IsIndexed() const { return header_.colorType == kPngIndexed; }
+
+  PngHeader header_;
+  const PngColors& colors_;
+  std::array<Pixel, 256> greys_;  // by sample, where samples have up to 8 bits; the key applied
+};

@@ -6,25 +6,14 @@
 #include <random>
 
 #include "Compression/Adler32.h"
+#include "Compression/CpuFeatures.h"
+#include "Compression/DeflateEncoder.h"
 #include "Core/MemoryStream.h"
 #include "Tests/Support/BitAssembler.h"
+#include "Tests/Support/PieceStream.h"
+#include "Tests/Support/SampleData.h"
 
 namespace {
-
-// Gives its bytes in pieces of a fixed size.
-struct PieceStream : Core::Stream {
-  explicit PieceStream(const Bytes& all, std::size_t size = SIZE_MAX) : bytes(all), piece(size) {}
-  bool Read(void* buffer, int32_t count, uint32_t& done) override {
-    done = uint32_t(std::min({bytes.size() - position, piece, std::size_t(count)}));
-    std::copy_n(bytes.begin() + position, done, static_cast<uint8_t*>(buffer));
-    position += done;
-    return true;
-  }
-
-  const Bytes bytes;
-  const std::size_t piece;
-  std::size_t position = 0;
-};
 
 struct Inflated {
   Inflated(int32_t format, const Bytes& bytes, int64_t limit = Inflater::kUnlimited,
@@ -112,6 +101,45 @@ TEST(Inflater, DecodesALongStreamHoweverItIsCutUp) {
   const Inflated limited(kZlib, bits, output.size() - 1);
   EXPECT_FALSE(limited.succeeded);
   EXPECT_TRUE(limited.output == output) << "the limit is tested after the write";
+}
+
+// In pieces of 20 bytes the fast loop never works.
+TEST(Inflater, ComesToTheSameFastAndSlow) {
+  for (int round = 0; round < 42; ++round) {
+    const Bytes data = MakeData(kAllDataKinds[round % 6], 1000 << round % 7, uint32_t(round));
+    Core::MemoryStream source(data.data(), uint32_t(data.size())), stream;
+    ASSERT_TRUE(std::make_unique<DeflateEncoder>(source, stream, 9)->Compress());
+    const Bytes bits(stream.GetData(), stream.GetData() + stream.GetSize());
+    CpuFeatures::Limit({false, round % 2 == 0, false, false});
+    ASSERT_TRUE(Inflated(kRawDeflate, bits).output == data) << round;
+    ASSERT_TRUE(Inflated(kRawDeflate, bits, data.size(), 20).output == data) << round;
+    for (const std::size_t size :
+         {std::size_t{0}, data.size() / 2, data.size() + 9, data.size() + Inflater::kSpareSize}) {
+      PieceStream input(bits);
+      Bytes buffer(size);
+      int32_t got = 0;
+      ASSERT_TRUE(Inflater(&input).RunInto(buffer.data(), int32_t(size), got)) << round;
+      ASSERT_EQ(std::size_t(got), std::min(size, data.size()));
+      ASSERT_TRUE(std::equal(data.begin(), data.begin() + got, buffer.begin())) << round;
+    }
+  }
+}
+
+TEST(InflateWindow, CopiesMatchesAsIfByteByByte) {
+  for (int32_t distance = 1; distance < 70; ++distance) {
+    Bytes plain(40, 'z');
+    for (int32_t i = 0; i < 40; ++i) plain[i] = uint8_t(i);
+    const auto window = std::make_unique<InflateWindow>();
+    window->PutAll(plain.data(), 40);
+    for (int32_t length = 1; length <= 80; ++length) {
+      window->CopyMatch(distance, length);
+      for (int32_t i = 0; i < length; ++i) {
+        plain.push_back(distance > int(plain.size()) ? uint8_t{0} : plain.end()[-distance]);
+      }
+    }
+    const InflateWindow::Piece all = window->PendingPieces()[0];
+    ASSERT_TRUE(Bytes(all.data, all.data + all.size) == plain) << distance;
+  }
 }
 
 // Two damaged streams that give bytes for ever: one ends within a compressed block; in the other a
