@@ -130,10 +130,9 @@ uint64_t Heap::UsableSizeUnlocked(const void* payload) const {
   return size;
 }
 
-// A heap whose lock could not be created never gets memory, and so never serves without it.
 bool Heap::MapSegment(uint64_t size, uint64_t alignment) {
   const uint64_t length = size + alignment + kSegmentSlack;
-  if (length < size || !mutex_.IsCreated()) return false;  // the sum may wrap
+  if (length < size) return false;  // the sum wrapped
   const Segment* segment = segments_.Map(std::max(length, kLeastSegment));
   if (segment == nullptr) return false;
   stats_.totalSize += segment->length;
@@ -171,8 +170,8 @@ BlockHeader* Heap::FindFreeBlock(uint64_t needed) {
   const int index = freeLists_.FindBucket(CeilingBucket(needed));
   if (index < 0) return nullptr;
   const HeapFreeLists::Bucket& bucket = freeLists_.At(index);
-  if (needed <= kBucketBounds[index]) return bucket.LowEnd();
-  return WalkForBlock(bucket.head, needed);
+  if (needed <= kBucketLimit) return bucket.LowEnd();  // every block fits
+  return WalkForBlock(bucket.Head(), needed);
 }
 
 // The last bucket's bound says nothing about a request above 1 GiB: takes the lowest of the blocks
@@ -180,7 +179,7 @@ BlockHeader* Heap::FindFreeBlock(uint64_t needed) {
 BlockHeader* Heap::WalkForBlock(BlockHeader* head, uint64_t needed) {
   ++stats_.slowBucket;
   BlockHeader* lowest = nullptr;
-  for (BlockHeader* block = head; block != nullptr; block = Links(block)->next) {
+  for (BlockHeader* block = head; block != nullptr; block = Links(block)->to[kTowardsTail]) {
     if (PayloadSize(block) < needed) continue;
     if (lowest == nullptr || block < lowest) lowest = block;
   }
