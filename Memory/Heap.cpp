@@ -8,6 +8,7 @@
 namespace {
 
 constexpr uint64_t kLeastSegment = 0x1100000;  // 17 MiB, so that mapping is rare
+constexpr uint64_t kLargeBlock = 0x200000;     // may hold a large page
 // What a segment needs besides the request and its alignment: its own two ends, and the header of
 // the piece that is left over.
 constexpr uint64_t kSegmentSlack = kSegmentOverhead + kHeaderSize;
@@ -64,6 +65,7 @@ void* Heap::AllocBlockUnlocked(uint64_t size, uint64_t alignment) {
       stats_.peakBlockSize = std::max(stats_.peakBlockSize, size);
       void* payload = Carve(block, size, alignment);
       OpenBlock(payload, asked, size);
+      if (size >= kLargeBlock) PreferLargePages(payload, size);
       return payload;
     }
     // The search looks only where every block fits. A new segment of a large request's very size
@@ -116,6 +118,7 @@ bool Heap::ResizeInPlaceUnlocked(void* payload, uint64_t size) {
   const uint64_t before = PayloadSize(block);
   OpenBlock(payload, asked, before);
   Trim(block, size);
+  if (size >= kLargeBlock) PreferLargePages(payload, size);
   stats_.allocSize -= before - PayloadSize(block);
   stats_.peakBlockSize = std::max(stats_.peakBlockSize, size);
   ++stats_.reallocSucc;
