@@ -33,6 +33,17 @@ bool WriteExactly(Stream& destination, const void* buffer, int32_t count) {
   return destination.Write(buffer, count, done) && done == static_cast<uint32_t>(count);
 }
 
+bool WriteAll(Stream& destination, const uint8_t* bytes, int32_t count) {
+  constexpr int32_t kMostPerCall = 1 << 30;  // Linux takes up to a page less than 2 GiB
+  while (count > 0) {
+    const int32_t size = std::min(count, kMostPerCall);
+    if (!WriteExactly(destination, bytes, size)) return false;
+    bytes += size;
+    count -= size;
+  }
+  return true;
+}
+
 bool CopyStream(Stream& destination, Stream& source, int64_t count) {
   if (count < 0) return CopyRest(destination, source);
   uint8_t piece[kPieceSize];

@@ -1,4 +1,5 @@
-// Whole transfers over any stream, in fixed-size pieces through a buffer on the stack.
+// Whole transfers over any stream. What is not in memory as a whole goes in fixed-size pieces
+// through a buffer on the stack.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +12,10 @@
 
 // Writes `count` bytes in one call of Write. False: the stream refused or the write was short.
 [[nodiscard]] bool WriteExactly(Core::Stream& destination, const void* buffer, int32_t count);
+
+// Writes `count` bytes in pieces as large as one call of a system takes. False: a step failed or
+// was short; what was written before it stays.
+[[nodiscard]] bool WriteAll(Core::Stream& destination, const uint8_t* bytes, int32_t count);
 
 // Copies `count` bytes, or everything up to the end of the data when `count` is negative.
 // False: a step failed or was short; the pieces before it have been copied.

@@ -3,14 +3,13 @@
 #include <memory>
 #include <new>
 
-#include "Compression/Adler32.h"
 #include "Compression/Crc32.h"
 #include "Compression/DeflateEncoder.h"
-#include "Core/Array.h"
 #include "Core/Endian.h"
 #include "Core/MemoryStream.h"
 #include "Core/StreamIo.h"
 #include "Image/PngFormat.h"
+#include "Image/RawImageStream.h"
 
 namespace {
 
@@ -45,46 +44,27 @@ bool WriteHeaderChunk(Core::Stream& out, const Bitmap& bitmap) {
          WriteChunkEnd(out, kChunkHeader, data, sizeof data);
 }
 
-// The image data before compression: for each row filter type None, then red, green, blue and
-// alpha of every pixel. False: too large, or no memory.
-bool BuildRawImage(const Bitmap& bitmap, ByteArray& raw) {
+// Writes the image data as a zlib stream (RFC 1950). False: the picture is too large, a write
+// failed, or there is no memory.
+bool CompressZlib(const Bitmap& bitmap, Core::MemoryStream& zlib) {
   if (!FitsRgbaBuffer(bitmap.Width(), bitmap.Height())) return false;
-  const int64_t size = RgbaRowSize(bitmap.Width()) * bitmap.Height();
-  if (!raw.SetSize(static_cast<int32_t>(size))) return false;
-  uint8_t* out = raw.Data();
-  for (int32_t y = 0; y < bitmap.Height(); ++y) {
-    *out++ = kPngFilterNone;
-    const Pixel* row = bitmap.Row(y);
-    for (int32_t x = 0; x < bitmap.Width(); ++x) {
-      out[0] = RedOf(row[x]);
-      out[1] = GreenOf(row[x]);
-      out[2] = BlueOf(row[x]);
-      out[3] = AlphaOf(row[x]);
-      out += 4;
-    }
-  }
-  return true;
-}
-
-// Writes `raw` as a zlib stream (RFC 1950). False: a write failed, or there is no memory.
-bool CompressZlib(const ByteArray& raw, Core::MemoryStream& zlib) {
-  Core::MemoryStream source(raw.Data(), static_cast<uint32_t>(raw.Size()));
+  RawImageStream source(bitmap);
+  if (!source.Create()) return false;
   const std::unique_ptr<DeflateEncoder> encoder(
       new (std::nothrow) DeflateEncoder(source, zlib, DeflateEncoder::kBestLevel));
   if (encoder == nullptr || !WriteExactly(zlib, kZlibHeader, sizeof kZlibHeader) ||
       !encoder->Compress()) {
     return false;
   }
-  const uint32_t checksum =
-      Adler32(raw.Data(), static_cast<std::size_t>(raw.Size()), kAdler32Initial);
   // The checksum is stored most significant byte first, the bit writer sends the least first.
-  return encoder->Writer().WriteBits(SwapBytes32(checksum), 32) && encoder->Writer().Flush();
+  return encoder->Writer().WriteBits(SwapBytes32(source.Checksum()), 32) &&
+         encoder->Writer().Flush();
 }
 
 bool WriteImageChunk(Core::Stream& out, Core::MemoryStream& zlib) {
   const int64_t size = zlib.GetSize();
   return WriteChunkStart(out, kChunkData, static_cast<uint32_t>(size)) &&
-         zlib.Seek(0, Core::kFromStart) && CopyStream(out, zlib, -1) &&
+         WriteAll(out, zlib.GetData(), static_cast<int32_t>(size)) &&
          WriteChunkEnd(out, kChunkData, zlib.GetData(), static_cast<std::size_t>(size));
 }
 
@@ -96,10 +76,6 @@ bool SavePng(Core::Stream& out, const Bitmap& bitmap) {
     return false;
   }
   Core::MemoryStream zlib;
-  {
-    ByteArray raw;  // given back before the file is written
-    if (!BuildRawImage(bitmap, raw) || !CompressZlib(raw, zlib)) return false;
-  }
-  return WriteImageChunk(out, zlib) && WriteChunkStart(out, kChunkEnd, 0) &&
-         WriteChunkEnd(out, kChunkEnd, nullptr, 0);
+  return CompressZlib(bitmap, zlib) && WriteImageChunk(out, zlib) &&
+         WriteChunkStart(out, kChunkEnd, 0) && WriteChunkEnd(out, kChunkEnd, nullptr, 0);
 }

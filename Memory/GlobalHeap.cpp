@@ -17,7 +17,7 @@ constexpr std::size_t kDefaultAlignment = 16;
 constinit std::atomic<int32_t> activations = 0;
 
 struct ProcessHeap {
-  // First of all: the heap's mutex came from malloc and is deleted after this.
+  // First of all: what is deleted after this must not come to a heap that is gone.
   ~ProcessHeap() { activations.fetch_sub(1); }
 
   Heap heap;

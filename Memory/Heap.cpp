@@ -8,6 +8,7 @@
 namespace {
 
 constexpr uint64_t kLeastSegment = 0x1100000;  // 17 MiB, so that mapping is rare
+constexpr uint64_t kLargeBlock = 0x200000;     // may hold a large page
 // What a segment needs besides the request and its alignment: its own two ends, and the header of
 // the piece that is left over.
 constexpr uint64_t kSegmentSlack = kSegmentOverhead + kHeaderSize;
@@ -64,6 +65,7 @@ void* Heap::AllocBlockUnlocked(uint64_t size, uint64_t alignment) {
       stats_.peakBlockSize = std::max(stats_.peakBlockSize, size);
       void* payload = Carve(block, size, alignment);
       OpenBlock(payload, asked, size);
+      if (size >= kLargeBlock) PreferLargePages(payload, size);
       return payload;
     }
     // The search looks only where every block fits. A new segment of a large request's very size
@@ -116,6 +118,7 @@ bool Heap::ResizeInPlaceUnlocked(void* payload, uint64_t size) {
   const uint64_t before = PayloadSize(block);
   OpenBlock(payload, asked, before);
   Trim(block, size);
+  if (size >= kLargeBlock) PreferLargePages(payload, size);
   stats_.allocSize -= before - PayloadSize(block);
   stats_.peakBlockSize = std::max(stats_.peakBlockSize, size);
   ++stats_.reallocSucc;
@@ -130,10 +133,9 @@ uint64_t Heap::UsableSizeUnlocked(const void* payload) const {
   return size;
 }
 
-// A heap whose lock could not be created never gets memory, and so never serves without it.
 bool Heap::MapSegment(uint64_t size, uint64_t alignment) {
   const uint64_t length = size + alignment + kSegmentSlack;
-  if (length < size || !mutex_.IsCreated()) return false;  // the sum may wrap
+  if (length < size) return false;  // the sum wrapped
   const Segment* segment = segments_.Map(std::max(length, kLeastSegment));
   if (segment == nullptr) return false;
   stats_.totalSize += segment->length;
@@ -171,8 +173,8 @@ BlockHeader* Heap::FindFreeBlock(uint64_t needed) {
   const int index = freeLists_.FindBucket(CeilingBucket(needed));
   if (index < 0) return nullptr;
   const HeapFreeLists::Bucket& bucket = freeLists_.At(index);
-  if (needed <= kBucketBounds[index]) return bucket.LowEnd();
-  return WalkForBlock(bucket.head, needed);
+  if (needed <= kBucketLimit) return bucket.LowEnd();  // every block fits
+  return WalkForBlock(bucket.Head(), needed);
 }
 
 // The last bucket's bound says nothing about a request above 1 GiB: takes the lowest of the blocks
@@ -180,7 +182,7 @@ BlockHeader* Heap::FindFreeBlock(uint64_t needed) {
 BlockHeader* Heap::WalkForBlock(BlockHeader* head, uint64_t needed) {
   ++stats_.slowBucket;
   BlockHeader* lowest = nullptr;
-  for (BlockHeader* block = head; block != nullptr; block = Links(block)->next) {
+  for (BlockHeader* block = head; block != nullptr; block = Links(block)->to[kTowardsTail]) {
     if (PayloadSize(block) < needed) continue;
     if (lowest == nullptr || block < lowest) lowest = block;
   }

@@ -19,10 +19,12 @@ struct BlockHeader {
   HeapWord<BlockHeader*> previous;  // the physically preceding block; null for a segment's first
 };
 
-// A free block's place in its free list: null at the ends.
+// The two directions in a free list, and its two ends.
+enum ListSide : int { kTowardsTail = 0, kTowardsHead = 1 };
+
+// A free block's place in its free list: its neighbour in each direction, null at the ends.
 struct FreeLinks {
-  HeapWord<BlockHeader*> next;
-  HeapWord<BlockHeader*> previous;
+  HeapWord<BlockHeader*> to[2];
 };
 
 inline constexpr uint64_t kWordSize = 8;

@@ -4,6 +4,7 @@
 // buckets, so that a bucket's sizes differ by less than 2 %. The last bucket takes all from 1 GiB.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -41,20 +42,32 @@ static_assert(kBucketBounds[127] == 508 && kBucketBounds[128] == 512 && kBucketB
 static_assert(kBucketBounds[192] == 1024 && kBucketBounds[193] == 1040);
 static_assert(kBucketLimit == 0x40000000);
 
+// How both indexes are counted, without a case for small sizes: from 2^log2 on, bucket follows
+// bucket in steps of 2^(log2 - 6) bytes, and 64 such steps lie below. So size / step is 64 more
+// than the number within its power of two, and the powers before it, counted from 256 on, have 64
+// buckets each. Below 256 the steps are those of 256 to 511, and size / step is all there is.
+struct BucketSteps {
+  constexpr explicit BucketSteps(uint64_t size)
+      : stepLog2(std::max(static_cast<int>(std::bit_width(size)) - 1, kSmallLimitLog2 - 1) -
+                 kBucketsPerPowerLog2) {}
+
+  // The bucket of a size of these steps, or of the next power's first.
+  constexpr int Bucket(uint64_t size) const {
+    constexpr int kFirstStepLog2 = kSmallLimitLog2 - 1 - kBucketsPerPowerLog2;
+    const uint64_t earlier = static_cast<uint64_t>(stepLog2 - kFirstStepLog2)
+                             << kBucketsPerPowerLog2;
+    return static_cast<int>(std::min<uint64_t>(earlier + (size >> stepLog2), kLastBucket));
+  }
+
+  int stepLog2;
+};
+
 // The bucket that a free block of `size` bytes belongs to.
-constexpr int FloorBucket(uint64_t size) {
-  if (size >= kBucketLimit) return kLastBucket;
-  if (size < uint64_t{1} << kSmallLimitLog2) return static_cast<int>(size) / kSmallStep;
-  const int log2 = static_cast<int>(std::bit_width(size)) - 1;
-  const uint64_t offset = (size - (uint64_t{1} << log2)) >> (log2 - kBucketsPerPowerLog2);
-  return kSmallBuckets + ((log2 - kSmallLimitLog2) << kBucketsPerPowerLog2) +
-         static_cast<int>(offset);
-}
+constexpr int FloorBucket(uint64_t size) { return BucketSteps(size).Bucket(size); }
 
 // The first bucket whose every block has at least `size` bytes; above 1 GiB, where there is none,
 // the last one.
 constexpr int CeilingBucket(uint64_t size) {
-  if (size >= kBucketLimit) return kLastBucket;
-  const int bucket = FloorBucket(size);
-  return size > kBucketBounds[bucket] ? bucket + 1 : bucket;
+  const BucketSteps steps(size);
+  return steps.Bucket(size + (uint64_t{1} << steps.stepLog2) - 1);
 }

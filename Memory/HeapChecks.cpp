@@ -47,13 +47,13 @@ bool CheckSegment(const Segment& segment, BlockTotals& totals) {
 }
 
 // Follows a list in one of the two directions; stops soon in a list that is a ring.
-bool CheckList(BlockHeader* block, BlockHeader* last, HeapWord<BlockHeader*> FreeLinks::*step,
-               int bucket, uint64_t count) {
+bool CheckList(BlockHeader* block, BlockHeader* last, ListSide direction, int bucket,
+               uint64_t count) {
   BlockHeader* reached = nullptr;
   for (; block != nullptr && count > 0; --count) {
     if (IsInUse(block) || FloorBucket(PayloadSize(block)) != bucket) return false;
     reached = block;
-    block = Links(block)->*step;
+    block = Links(block)->to[direction];
   }
   return block == nullptr && count == 0 && reached == last;
 }
@@ -61,8 +61,8 @@ bool CheckList(BlockHeader* block, BlockHeader* last, HeapWord<BlockHeader*> Fre
 bool CheckBucket(const HeapFreeLists& lists, int index) {
   const HeapFreeLists::Bucket& bucket = lists.At(index);
   if (lists.IsMarked(index) != (bucket.count != 0)) return false;
-  return CheckList(bucket.head, bucket.tail, &FreeLinks::next, index, bucket.count) &&
-         CheckList(bucket.tail, bucket.head, &FreeLinks::previous, index, bucket.count);
+  return CheckList(bucket.Head(), bucket.Tail(), kTowardsTail, index, bucket.count) &&
+         CheckList(bucket.Tail(), bucket.Head(), kTowardsHead, index, bucket.count);
 }
 
 void AddWalkedStats(const Heap& heap, HeapStats& stats) {

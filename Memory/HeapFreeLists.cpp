@@ -2,6 +2,20 @@
 
 #include <bit>
 
+namespace {
+
+using Bucket = HeapFreeLists::Bucket;
+
+// The word that leads to a block from its neighbour on one side, or where there is none, from the
+// bucket. It is chosen, not branched to: which blocks are at an end cannot be foretold.
+HeapWord<BlockHeader*>& WayFrom(BlockHeader* neighbour, Bucket& bucket, int direction) {
+  FreeLinks* links = &bucket.ends;
+  if (neighbour != nullptr) links = Links(neighbour);
+  return links->to[direction];
+}
+
+}  // namespace
+
 void HeapFreeLists::Link(BlockHeader* block) {
   if (!HasRoomForLinks(block)) return;
   const uint64_t size = PayloadSize(block);
@@ -10,19 +24,16 @@ void HeapFreeLists::Link(BlockHeader* block) {
 
   const int index = FloorBucket(size);
   Bucket& bucket = buckets_[index];
-  *Links(block) = {nullptr, nullptr};
-  if (bucket.count++ == 0) {
-    bitmap_[index / kBitsPerWord] |= Bit(index);
-    bucket.head = bucket.tail = block;
-  } else if (block < bucket.head) {
-    Links(block)->next = bucket.head;
-    Links(bucket.head)->previous = block;
-    bucket.head = block;
-  } else {
-    Links(block)->previous = bucket.tail;
-    Links(bucket.tail)->next = block;
-    bucket.tail = block;
-  }
+  ++bucket.count;
+  bitmap_[index / kBitsPerWord] |= Bit(index);
+  // Seen from the end where it goes, both cases are one. An empty list has a null head.
+  const int inwards = block < bucket.Head() ? kTowardsTail : kTowardsHead;
+  const int outwards = 1 - inwards;
+  BlockHeader* const neighbour = bucket.ends.to[inwards];
+  Links(block)->to[inwards] = neighbour;
+  Links(block)->to[outwards] = nullptr;
+  WayFrom(neighbour, bucket, outwards) = block;
+  bucket.ends.to[inwards] = block;
 }
 
 void HeapFreeLists::Unlink(BlockHeader* block) {
@@ -33,18 +44,12 @@ void HeapFreeLists::Unlink(BlockHeader* block) {
 
   const int index = FloorBucket(size);
   Bucket& bucket = buckets_[index];
-  if (--bucket.count == 0) bitmap_[index / kBitsPerWord] &= ~Bit(index);
-  const FreeLinks links = *Links(block);
-  if (links.previous == nullptr) {
-    bucket.head = links.next;
-  } else {
-    Links(links.previous)->next = links.next;
-  }
-  if (links.next == nullptr) {
-    bucket.tail = links.previous;
-  } else {
-    Links(links.next)->previous = links.previous;
-  }
+  --bucket.count;
+  bitmap_[index / kBitsPerWord] &= ~(uint64_t{bucket.count == 0} << index % kBitsPerWord);
+  BlockHeader* const next = Links(block)->to[kTowardsTail];
+  BlockHeader* const previous = Links(block)->to[kTowardsHead];
+  WayFrom(previous, bucket, kTowardsTail) = next;
+  WayFrom(next, bucket, kTowardsHead) = previous;
 }
 
 int HeapFreeLists::FindBucket(int first) const {

@@ -2,6 +2,7 @@
 // any, so that a fitting bucket is found by a bit scan.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -11,14 +12,19 @@
 
 class HeapFreeLists {
  public:
+  // Its list's ends are kept like a block's links, so that an end and a neighbour's link are fixed
+  // by the same store.
   struct Bucket {
-    BlockHeader* head = nullptr;
-    BlockHeader* tail = nullptr;
+    // ends.to[kTowardsTail] is the head, where that way through the list begins; null while empty.
+    FreeLinks ends{{nullptr, nullptr}};
     uint64_t count = 0;
+
+    BlockHeader* Head() const { return ends.to[kTowardsTail]; }
+    BlockHeader* Tail() const { return ends.to[kTowardsHead]; }
 
     // The lower of the two ends. The lists are only loosely in order of address, so this favours
     // low addresses without a search. Requires: not empty.
-    BlockHeader* LowEnd() const { return head < tail ? head : tail; }
+    BlockHeader* LowEnd() const { return std::min(Head(), Tail()); }
   };
 
   // Keeps `freeBlocks` and `freeSize` of `stats`, which outlives this object.

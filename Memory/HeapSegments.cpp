@@ -10,6 +10,7 @@
 namespace {
 
 constexpr uint64_t kLeastGranule = 0x10000;
+constexpr uint64_t kLargePage = 0x200000;  // of x86-64, and of other systems with pages of 4 KiB
 
 uint64_t RoundUpToGranule(uint64_t length) {
   const uint64_t granule = std::max(static_cast<uint64_t>(sysconf(_SC_PAGESIZE)), kLeastGranule);
@@ -29,6 +30,16 @@ void UnmapPages(void* base, std::size_t length) { munmap(base, length); }
 }  // namespace
 
 constinit const SegmentMapper kSystemMapper = {MapPages, UnmapPages};
+
+void PreferLargePages(void* base, uint64_t length) {
+#ifdef MADV_HUGEPAGE
+  // Only what fills large pages from end to end, so that no more memory is touched than before.
+  const uintptr_t address = reinterpret_cast<uintptr_t>(base);
+  const uintptr_t start = (address + kLargePage - 1) / kLargePage * kLargePage;
+  const uintptr_t end = (address + length) / kLargePage * kLargePage;
+  if (start < end) madvise(reinterpret_cast<void*>(start), end - start, MADV_HUGEPAGE);
+#endif
+}
 
 HeapSegments::~HeapSegments() {
   for (const Segment& segment : *this) {

@@ -17,6 +17,10 @@ struct SegmentMapper {
 // Private anonymous mappings.
 extern const SegmentMapper kSystemMapper;
 
+// Tells the system that `length` bytes at `base`, part of a segment, will be used as a whole, so
+// that it may take its large pages for them: one fault instead of 512. No more than a hint.
+void PreferLargePages(void* base, uint64_t length);
+
 struct Segment {
   uintptr_t base = 0;
   uint64_t length = 0;

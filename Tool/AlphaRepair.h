@@ -9,7 +9,7 @@
 enum class RepairResult {
   kNothingToFix,  // no transparent pixel touches a visible one; the bitmap is as it was
   kRepaired,      // every transparent pixel that was reached has its colour
-  kOutOfMemory,   // the bitmap may be repaired in part and is not to be written
+  kOutOfMemory,   // the bitmap is left unfinished, its alphas too, and is not to be used
 };
 
 // Repairs `bitmap` in place. A pixel is transparent when its alpha is at most `threshold`; the tool

@@ -89,8 +89,8 @@ ExitStatus WriteOutput(const Bitmap& bitmap) {
   if (!SavePng(encoded, bitmap)) return CanOpenOutput() ? FailToWrite() : FailToCreate();
   Core::File file(commandLine.output, kModeNewOutput, Core::kShareAll);
   if (!IsOpen(file)) return FailToCreate();
-  if (!encoded.Seek(0, Core::kFromStart) || !CopyStream(file, encoded, -1)) return FailToWrite();
-  return Succeed("success\n");
+  const int32_t size = static_cast<int32_t>(encoded.GetSize());  // a stream in memory has no more
+  return WriteAll(file, encoded.GetData(), size) ? Succeed("success\n") : FailToWrite();
 }
 
 }  // namespace

@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 #include <vector>
+
+#include "Tests/Support/SlowRepair.h"
+#include "Tool/Surroundings.h"
 
 namespace {
 
@@ -33,6 +37,41 @@ TEST(AlphaRepair, SmallPictures) {
     EXPECT_EQ(RepairTransparentPixels(bitmap, 0), !row.after.empty());
     const std::vector<Pixel>& expected = row.after.empty() ? row.before : row.after;
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), bitmap.Row(0)));
+  }
+}
+
+// Every mixture of hidden, faint and visible pixels, in widths around the mask's words.
+TEST(AlphaRepair, GivesWhatTheSlowRepairGives) {
+  std::mt19937 random(1);
+  for (const int width : {1, 2, 3, 5, 16, 63, 64, 65, 127, 130, 300}) {
+    for (const int threshold : {0, 0, 0, 1, 100, 254, 255, 256, -1}) {
+      const int height = 1 + static_cast<int>(random() % 70);
+      const uint32_t hidden = random() % 101, step = 1 + random() % 40;  // percent, pixels alike
+      Bitmap bitmap(width, height);
+      Pixel alpha = 0;
+      for (int i = 0; i < width * height; ++i) {
+        if (random() % step == 0) alpha = random() % 100 < hidden ? 0 : random() % 256;
+        bitmap.Row(0)[i] = alpha << 24 | (random() & kColorMask);
+      }
+      Bitmap slow(bitmap);
+      ASSERT_EQ(RepairTransparentPixels(bitmap, threshold), RepairSlowly(slow, threshold));
+      ASSERT_TRUE(std::equal(slow.Row(0), slow.Row(0) + width * height, bitmap.Row(0)))
+          << width << " x " << height << ", threshold " << threshold;
+    }
+  }
+}
+
+TEST(AlphaRepair, LooksAroundAsPlainly) {
+  std::mt19937 random(1);
+  const Pixel unknown[] = {kFreshCell, kQueuedBit, kBorderBit, kQueuedBit | kBorderBit};
+  for (int round = 0; round < 20000; ++round) {
+    Pixel cells[12];
+    for (Pixel& cell : cells) cell = random() % 2 ? random() | 0x01000000 : unknown[random() % 4];
+    cells[round % 3] = random() | 0xFF000000;  // one is known
+    const int width = 3 + static_cast<int>(random() % 2);
+    const Surroundings plain = LookAroundPlainly(cells + width + 1, width);
+    const Surroundings found = LookAround(cells + width + 1, width);
+    ASSERT_TRUE(found.average == plain.average && found.fresh == plain.fresh) << round;
   }
 }
 

@@ -1,0 +1,38 @@
+// A bitmap as the bytes that a PNG file of the written form compresses: for each row filter type
+// None, then red, green, blue and alpha of every pixel. They are made as they are read, a row at a
+// time, so that they never stand in memory beside the bitmap as a whole.
+#pragma once
+
+#include <cstdint>
+
+#include "Compression/Adler32.h"
+#include "Core/Array.h"
+#include "Core/Stream.h"
+#include "Image/Bitmap.h"
+
+class RawImageStream final : public Core::Stream {
+ public:
+  // Reads `bitmap`, which must stay as it is for as long.
+  explicit RawImageStream(const Bitmap& bitmap) : bitmap_(bitmap) {}
+
+  // To be called once, before the first read. False: no memory for a row.
+  // Requires: FitsRgbaBuffer(width, height).
+  [[nodiscard]] bool Create();
+
+  // Never short before the end, where it reads 0 bytes.
+  bool Read(void* buffer, int32_t count, uint32_t& done) override;
+
+  uint32_t GetCaps() override { return Core::kOpen | Core::kReadable; }
+
+  // The Adler-32 of all rows of which bytes have been read.
+  uint32_t Checksum() const { return checksum_; }
+
+ private:
+  void MakeRow();
+
+  const Bitmap& bitmap_;
+  ByteArray row_;
+  int32_t taken_ = 0;    // bytes of the row that have been read
+  int32_t nextRow_ = 0;  // of the bitmap
+  uint32_t checksum_ = kAdler32Initial;
+};

@@ -1,0 +1,142 @@
+// One pixel's eight neighbours under repair: the average of those that are known, and which of them
+// are still to be queued.
+//
+// While the repair runs, a hidden pixel's word is a cell. Its own alpha is kept elsewhere and its
+// colour counts for nothing until it gets one, so the cell can tell how far things are:
+//
+//   alpha 0     hidden without a colour; bit 0 is set once it is queued, bit 1 if it lies on the
+//               image's border, where not all eight neighbours exist; all other bits are 0
+//   alpha > 0   known, to be averaged: a visible pixel, or a hidden one that has its colour
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstdint>
+
+#include "Image/Color.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+inline constexpr Pixel kFreshCell = 0;
+inline constexpr Pixel kQueuedBit = 1;
+inline constexpr Pixel kBorderBit = 2;
+inline constexpr Pixel kKnownBits = ~kColorMask;  // any of them makes a cell known
+
+constexpr bool IsKnown(Pixel cell) { return (cell & kKnownBits) != 0; }
+constexpr bool IsFresh(Pixel cell) { return (cell & (kKnownBits | kQueuedBit)) == 0; }
+
+inline constexpr int kNeighbours = 8;
+
+// The distances in a bitmap of that width to the neighbours, row by row from the top left.
+constexpr std::array<int32_t, kNeighbours> NeighbourDistances(int32_t width) {
+  return {-width - 1, -width, -width + 1, -1, 1, width - 1, width, width + 1};
+}
+
+struct Surroundings {
+  Pixel average;   // known; each channel the sum of the known neighbours' div their count
+  uint32_t fresh;  // bit k is set if neighbour k is fresh
+};
+
+// Requires: all eight neighbours exist, and one is known.
+inline Surroundings LookAroundPlainly(const Pixel* cell, int32_t width) {
+  Surroundings found = {kKnownBits, 0};
+  uint32_t count = 0, red = 0, green = 0, blue = 0;
+  const std::array<int32_t, kNeighbours> distances = NeighbourDistances(width);
+  for (int k = 0; k < kNeighbours; ++k) {
+    const Pixel neighbour = cell[distances[k]];
+    if (IsFresh(neighbour)) found.fresh |= uint32_t{1} << k;
+    if (!IsKnown(neighbour)) continue;
+    ++count;
+    red += RedOf(neighbour);
+    green += GreenOf(neighbour);
+    blue += BlueOf(neighbour);
+  }
+  found.average |= red / count << 16 | green / count << 8 | blue / count;
+  return found;
+}
+
+#if defined(__SSE2__)
+
+// Division by a count of 1 to 8: sum * QuotientScale(count) >> 15.
+constexpr uint32_t QuotientScale(uint32_t count) { return (32768 + count - 1) / count; }
+
+constexpr bool QuotientsAreExact() {
+  for (uint32_t count = 1; count <= kNeighbours; ++count) {
+    for (uint32_t sum = 0; sum <= count * 255; ++sum) {
+      if (sum * QuotientScale(count) >> 15 != sum / count) return false;
+    }
+  }
+  return true;
+}
+static_assert(QuotientsAreExact(), "for every sum of up to eight bytes");
+
+// For each set of unknown neighbours, the scale for the number of the others, once per channel.
+constexpr std::array<uint64_t, 1 << kNeighbours> MakeQuotientScales() {
+  std::array<uint64_t, 1 << kNeighbours> scales{};
+  for (uint32_t unknown = 0; unknown + 1 < scales.size(); ++unknown) {
+    const uint32_t count = kNeighbours - static_cast<uint32_t>(std::popcount(unknown));
+    scales[unknown] = uint64_t{QuotientScale(count)} * 0x0001000100010001;
+  }
+  return scales;
+}
+inline constexpr std::array<uint64_t, 1 << kNeighbours> kQuotientScales = MakeQuotientScales();
+
+// Four neighbours, one in each lane.
+class FourCells {
+ public:
+  FourCells(Pixel a, Pixel b, Pixel c, Pixel d)
+      : cells_(_mm_unpacklo_epi64(_mm_unpacklo_epi32(Lane(a), Lane(b)),
+                                  _mm_unpacklo_epi32(Lane(c), Lane(d)))) {}
+
+  // All ones in the lanes where that holds.
+  __m128i AreUnknown() const { return HaveNoneOf(kKnownBits); }
+  __m128i AreFresh() const { return HaveNoneOf(kKnownBits | kQueuedBit); }
+
+  // The sums of blue, green and red of the known cells, 16 bits each, in either half.
+  __m128i Sums() const {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i known = _mm_andnot_si128(AreUnknown(), cells_);
+    return _mm_add_epi16(_mm_unpacklo_epi8(known, zero), _mm_unpackhi_epi8(known, zero));
+  }
+
+ private:
+  static __m128i Lane(Pixel cell) { return _mm_cvtsi32_si128(static_cast<int>(cell)); }
+  __m128i HaveNoneOf(Pixel bits) const {
+    const __m128i found = _mm_and_si128(cells_, _mm_set1_epi32(static_cast<int>(bits)));
+    return _mm_cmpeq_epi32(found, _mm_setzero_si128());
+  }
+
+  __m128i cells_;
+};
+
+// The same for all channels and neighbours at once. The neighbours are loaded one by one: a pixel
+// beside this one was often stored a moment ago, and the processor hands a stored word on to a load
+// of just that word, but makes a wider load wait until the word has reached the cache.
+inline Surroundings LookAround(const Pixel* cell, int32_t width) {
+  const Pixel* const above = cell - width;
+  const Pixel* const below = cell + width;
+  const FourCells first(above[-1], above[0], above[1], cell[-1]);
+  const FourCells second(cell[1], below[-1], below[0], below[1]);
+  const __m128i unknown = _mm_packs_epi32(first.AreUnknown(), second.AreUnknown());
+  const __m128i fresh = _mm_packs_epi32(first.AreFresh(), second.AreFresh());
+  const uint32_t bits = static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(unknown, fresh)));
+
+  const __m128i halves = _mm_add_epi16(first.Sums(), second.Sums());
+  const __m128i sums = _mm_add_epi16(halves, _mm_unpackhi_epi64(halves, halves));
+  // The product's upper 16 bits of twice the sum, so >> 15. The alphas go along for nothing.
+  const __m128i averages = _mm_mulhi_epu16(
+      _mm_add_epi16(sums, sums),
+      _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&kQuotientScales[bits & 0xFF])));
+  const int average = _mm_cvtsi128_si32(_mm_packus_epi16(averages, averages));
+  return {static_cast<Pixel>(average) | kKnownBits, bits >> kNeighbours};
+}
+
+#else
+
+inline Surroundings LookAround(const Pixel* cell, int32_t width) {
+  return LookAroundPlainly(cell, width);
+}
+
+#endif
