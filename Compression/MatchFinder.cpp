@@ -4,7 +4,11 @@
 
 #include "Compression/HashBytes.h"
 
-void MatchFinder::Reset() { heads_.fill(kEmpty); }
+// A skipped run can lead to a place that was never inserted; there the chain ends.
+void MatchFinder::Reset() {
+  heads_.fill(kEmpty);
+  chain_.fill(kNoLink);
+}
 
 // The key is read past the end of the data as well: what stands in the window there takes part.
 void MatchFinder::Insert(const DeflateWindow& window, int32_t position) {
