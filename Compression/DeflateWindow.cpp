@@ -7,14 +7,13 @@ int32_t DeflateWindow::Fill(Core::Stream* source, int32_t available) {
   const int32_t wanted = kHistoryBytes - available;
   const int32_t start = position_ + available;
   uint32_t done = 0;
-  if (source == nullptr || wanted < 0 ||
-      !source->Read((bytes_.data() + kReadBehind) + start, wanted, done)) {
+  if (source == nullptr || wanted < 0 || !source->Read(Data() + start, wanted, done)) {
     return -1;
   }
   const int32_t end = start + static_cast<int32_t>(done);
   if (end > furthestEnd_) {
     furthestEnd_ = end;
-    std::memset((bytes_.data() + kReadBehind) + end, 0, kReadAhead);
+    std::memset(Data() + end, 0, kMargin);
   }
   return static_cast<int32_t>(done);
 }
@@ -22,8 +21,7 @@ int32_t DeflateWindow::Fill(Core::Stream* source, int32_t available) {
 int32_t DeflateWindow::Slide(int32_t end) {
   if (position_ < kHistoryBytes) return 0;
   const int32_t shift = position_ - kHistoryBytes;
-  std::memmove((bytes_.data() + kReadBehind), (bytes_.data() + kReadBehind) + shift,
-               static_cast<std::size_t>(end - shift));
+  std::memmove(Data(), Data() + shift, static_cast<std::size_t>(end - shift));
   position_ = kHistoryBytes;
   return shift;
 }

@@ -145,7 +145,7 @@ bool LongestMatchFinder::FindLong(const KeyChain<kKeyBytes>& chain, Search& sear
   search.offset = 0;
   search.distance = chain.Next(search.place, 0);
   Hop(chain, search, 0);
-  while (search.distance <= maxDistance && search.best < search.most) {
+  while (search.distance <= maxDistance) {
     const uint32_t place = search.place + static_cast<uint32_t>(search.offset);
     const uint8_t* const keyHere = here + search.offset;
     const uint8_t* const lastHere = here + search.best - 3;
@@ -168,6 +168,7 @@ bool LongestMatchFinder::FindLong(const KeyChain<kKeyBytes>& chain, Search& sear
     search.distance = distance;
     if (distance > maxDistance) break;
     Improve(search, length);
+    if (search.best >= search.most) break;
     const int32_t passed = search.distance;
     search.distance = chain.Next(place, passed);
     Hop(chain, search, passed);
