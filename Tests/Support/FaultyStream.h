@@ -18,9 +18,6 @@ class FaultyStream final : public Core::Stream {
   FaultyStream(Core::Stream& inner, int64_t limit, Fault fault, uint32_t capsMask = ~0u)
       : inner_(inner), left_(limit), fault_(fault), capsMask_(capsMask) {}
 
-  // Whether the limit has been met: a sweep over limits ends with the first run that meets none.
-  bool Faulted() const { return faulted_; }
-
   bool Read(void* buffer, int32_t count, uint32_t& done) override {
     return Admit(count) && inner_.Read(buffer, count, done) && Count(done);
   }
@@ -38,7 +35,6 @@ class FaultyStream final : public Core::Stream {
  private:
   bool Admit(int32_t& count) {
     if (count <= left_) return true;
-    faulted_ = true;
     count = static_cast<int32_t>(std::min<int64_t>(count, left_));
     return fault_ == Fault::kCut;
   }
@@ -51,5 +47,4 @@ class FaultyStream final : public Core::Stream {
   int64_t left_;
   Fault fault_;
   uint32_t capsMask_;
-  bool faulted_ = false;
 };
