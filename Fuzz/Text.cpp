@@ -41,18 +41,6 @@ std::string Encode(const Text& text, uint32_t codePage, int32_t capacity = 0) {
 void TestDecoding(const std::string& bytes, uint32_t codePage, int32_t capacity) {
   Text text = Decode(bytes, codePage);
   Check(Decode(Encode(text, codePage), codePage) == text);
-  Text each;
-  const char* const end = bytes.data() + bytes.size();
-  for (const char* position = bytes.data(); position != end;) {
-    const char* const begin = position;
-    const int32_t codePoint = DecodeUtf8Character(position, end);
-    if (!IsUtf8(codePage)) position = begin + 1;
-    if (position == begin) break;
-    each.push_back(!IsUtf8(codePage)     ? Decode({begin, position}, codePage).at(0)
-                   : codePoint < 0x10000 ? codePoint
-                                         : '?');
-  }
-  Check(text == each);
   text.resize(std::min<std::size_t>(text.size(), capacity));
   Check(Decode(bytes, codePage, capacity) == text);
 }

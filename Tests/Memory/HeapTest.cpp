@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
+#include "Memory/HeapBuckets.h"
 #include "Memory/HeapChecks.h"
 #include "Tests/Support/SegmentArena.h"
 
@@ -97,6 +99,33 @@ TEST_F(HeapTest, ChecksFindDamage) {
   const char* base = SegmentArena::Slot(0);
   EXPECT_TRUE(IsInHeap(base, heap_) && IsInHeap(base + SegmentArena::kSlot - 1, heap_));
   EXPECT_FALSE(IsInHeap(base - 1, heap_) || IsInHeap(base + SegmentArena::kSlot, heap_));
+}
+
+TEST(HeapSegments, AreAtMost256) {
+  std::deque<int> apart;
+  for (int i = 0; i < 260; ++i) apart.push_back(2 * i);
+  const SegmentArena arena(apart);
+  Heap heap(SegmentArena::Mapper());
+  constexpr uint64_t kMoreThanHalf = 10 << 20;
+  for (int i = 0; i < 256; ++i) ASSERT_NE(heap.AllocBlock(kMoreThanHalf, 8), nullptr) << i;
+  EXPECT_EQ(heap.AllocBlock(kMoreThanHalf, 8), nullptr);
+  EXPECT_EQ(SegmentArena::Mapped(), 256 * SegmentArena::kSlot);
+  EXPECT_NE(heap.AllocBlock(kMoreThanHalf / 2, 8), nullptr);
+}
+
+// Against searches that know nothing but the bounds, around each of them.
+TEST(HeapBuckets, BothIndexesAgreeWithTheBounds) {
+  const auto first = kBucketBounds.begin();
+  for (const uint64_t bound : kBucketBounds) {
+    for (uint64_t size = bound < 2 ? 0 : bound - 2; size <= bound + 2; ++size) {
+      ASSERT_EQ(FloorBucket(size), std::ranges::upper_bound(kBucketBounds, size) - first - 1);
+      ASSERT_EQ(CeilingBucket(size),
+                std::min<std::ptrdiff_t>(std::ranges::lower_bound(kBucketBounds, size) - first,
+                                         kLastBucket));
+    }
+  }
+  EXPECT_EQ(FloorBucket(~uint64_t{0}), kLastBucket);
+  EXPECT_EQ(CeilingBucket(~uint64_t{0}), kLastBucket);
 }
 
 }  // namespace
