@@ -10,19 +10,11 @@
 #include "Compression/CanonicalCode.h"
 #include "Compression/HuffmanCodeTable.h"
 #include "Compression/HuffmanTable.h"
-#include "Core/MemoryStream.h"
-#include "Tests/Support/PieceStream.h"
+#include "Tests/Support/Deflated.h"
 
 namespace {
 
 using Numbers = std::vector<uint32_t>;
-
-TEST(CanonicalCode, RefusesWhatCannotBe) {
-  uint16_t codes[4];
-  for (const Bytes& lengths : {Bytes{1, 1, 1}, Bytes{1, 2, 2, 15}, Bytes{1, 16}}) {
-    EXPECT_FALSE(AssignCanonicalCodes(lengths.data(), static_cast<int32_t>(lengths.size()), codes));
-  }
-}
 
 // Lengths of `shortest` bits and more at random, as long as the code space lasts.
 Bytes RandomLengths(std::mt19937& random, int shortest) {

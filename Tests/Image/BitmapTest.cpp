@@ -36,8 +36,8 @@ TEST(Bitmap, CopiesAreTheirOwn) {
   const Bitmap copy(first);
   assigned = first;
   first.Fill(Color(1, 2, 3, 4));
-  for (const Bitmap* other : {&copy, static_cast<const Bitmap*>(&assigned)}) {
-    EXPECT_TRUE(other->Width() == 3 && other->Height() == 2 && other->Row(1)[2] == 0xFFFF0080);
+  for (Bitmap other : {copy, assigned}) {
+    EXPECT_TRUE(other.Width() == 3 && other.Height() == 2 && other.Row(1)[2] == 0xFFFF0080);
   }
 }
 

@@ -24,13 +24,11 @@ class FaultyStream final : public Core::Stream {
   bool Write(const void* buffer, int32_t count, uint32_t& done) override {
     return Admit(count) && inner_.Write(buffer, count, done) && Count(done);
   }
-  bool Close() override { return inner_.Close(); }
   uint32_t GetCaps() override { return inner_.GetCaps() & capsMask_; }
   bool Seek(int64_t offset, int32_t origin) override { return inner_.Seek(offset, origin); }
   int64_t Tell() override { return inner_.Tell(); }
   int64_t GetSize() override { return inner_.GetSize(); }
   bool Flush() override { return inner_.Flush(); }
-  bool Truncate() override { return inner_.Truncate(); }
 
  private:
   bool Admit(int32_t& count) {
