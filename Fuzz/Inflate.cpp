@@ -21,7 +21,8 @@ Inflated Pull(const Bytes& stream, int32_t format, int64_t most, int32_t size) {
   Inflater inflater(&source);
   Check(inflater.SetFormat(format));
   Inflated pulled = {true, {}, ""};
-  for (int32_t obtained = size; pulled.isGood && obtained == size && pulled.Size() <= most;) {
+  for (int32_t obtained = size;
+       pulled.isGood && obtained == size && std::ssize(pulled.output) <= most;) {
     size = size * 7 % 65521;
     Bytes piece(static_cast<std::size_t>(size));
     pulled.isGood = inflater.ReadOutput(piece.data(), size, obtained);
@@ -49,16 +50,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const Inflated whole = Inflate(stream, format);
   // Most inputs are bad, and those without an end are slow: some of them will do.
   if (!whole.isGood && Adler32(data, size, kAdler32Initial) % 64 != 0) return 0;
-  const int64_t limit = std::max(whole.Size() + step - 128, int64_t{0});
+  const int64_t limit = std::max(std::ssize(whole.output) + step - 128, int64_t{0});
   const Inflated limited = Inflate(stream, format, limit);
-  Check(limited.isGood == (whole.isGood && limit >= whole.Size()));
-  Check(limited.Size() > limit || limited.output == whole.output);
+  Check(limited.isGood == (whole.isGood && limit >= std::ssize(whole.output)));
+  Check(std::ssize(limited.output) > limit || limited.output == whole.output);
   Check(BeginsLike(limited, whole));
 
   // Only a stream that gives bytes for ever, which Run recognises, goes on here.
-  const int64_t most = whole.Size() + 0x10000;
+  const int64_t most = std::ssize(whole.output) + 0x10000;
   const Inflated pulled = Pull(stream, format, most, 1 + step);
-  const bool isEndless = !whole.isGood && pulled.Size() > most;
+  const bool isEndless = !whole.isGood && std::ssize(pulled.output) > most;
   Check(isEndless || (pulled.isGood == whole.isGood && pulled.output == whole.output));
   Check(BeginsLike(pulled, whole));
   return 0;

@@ -65,10 +65,8 @@ struct SomeFile {
 // the transparent colour. Not made: an empty tRNS, and a transparent colour above the samples'
 // range; libpng refuses the one and cuts the other, we take them at their word.
 SomeFile MakeFile(Random& random, bool isDamaged) {
-  constexpr int kFormats[][2] = {{0, 1}, {0, 2}, {0, 4}, {0, 8}, {0, 16}, {2, 8}, {2, 16}, {3, 1},
-                                 {3, 2}, {3, 4}, {3, 8}, {4, 8}, {4, 16}, {6, 8}, {6, 16}};
   constexpr int kChannels[] = {1, 0, 3, 1, 2, 0, 4};
-  const auto [type, depth] = kFormats[random.Below(std::size(kFormats))];
+  const auto [type, depth] = kAllPngFormats[random.Below(std::size(kAllPngFormats))];
   const int width = 1 + random.Size(6);
   const int height = 1 + random.Size(6);
   const bool isInterlaced = random.OneIn(2);

@@ -45,8 +45,6 @@ struct Inflated {
   bool isGood;
   Bytes output;
   std::string gzip;  // name, comment and time of a gzip header that has a time
-
-  int64_t Size() const { return static_cast<int64_t>(output.size()); }
 };
 
 // With an input that comes in pieces of the given size.
