@@ -68,7 +68,7 @@ void Test(const Heap& heap, const std::vector<Block>& blocks) {
     bytesInUse += usable;
   }
   Check(heap.Counters().allocBlocks == blocks.size() && heap.Counters().allocSize == bytesInUse);
-  Check(CheckBlocks(heap));
+  Check(CheckBlocks(heap) && CheckBuckets(heap));
 }
 
 void Use(Heap& heap, FuzzInput& input) {
@@ -94,10 +94,9 @@ void Use(Heap& heap, FuzzInput& input) {
     }
     if (input.Left() % 4 == 0) Test(heap, blocks);
   }
-  Check(CheckBuckets(heap));
+  Test(heap, blocks);
   std::for_each(blocks.begin(), blocks.end(), free);
   Test(heap, {});
-  Check(CheckBuckets(heap));
 }
 
 }  // namespace

@@ -4,40 +4,25 @@
 #include <algorithm>
 
 #include "Compression/Adler32.h"
-#include "Compression/Inflater.h"
 #include "Core/Endian.h"
-#include "Core/MemoryStream.h"
 #include "Fuzz/Check.h"
+#include "Tests/Support/Deflated.h"
 
 namespace {
 
-struct Inflated {
-  bool isGood;
-  Bytes output;
-
-  int64_t Size() const { return static_cast<int64_t>(output.size()); }
-  bool BeginsLike(const Inflated& other) const {
-    const auto count = std::min(output.size(), other.output.size());
-    return std::equal(output.begin(), output.begin() + count, other.output.begin());
-  }
-};
-
-Inflated Run(const Bytes& stream, int32_t format, int64_t limit) {
-  Core::MemoryStream source(stream.data(), static_cast<uint32_t>(stream.size()));
-  Core::MemoryStream output;
-  Inflater inflater(&source, &output);
-  Check(inflater.SetFormat(format));
-  const bool isGood = inflater.Run(limit);
-  return {isGood, Bytes(output.GetData(), output.GetData() + output.GetSize())};
+bool BeginsLike(const Inflated& one, const Inflated& other) {
+  const auto count = std::min(one.output.size(), other.output.size());
+  return std::equal(one.output.begin(), one.output.begin() + count, other.output.begin());
 }
 
 // In pieces of many sizes; a stream without an end is left behind `most` bytes.
 Inflated Pull(const Bytes& stream, int32_t format, int64_t most, int32_t size) {
-  Core::MemoryStream source(stream.data(), static_cast<uint32_t>(stream.size()));
+  PieceStream source(stream);
   Inflater inflater(&source);
   Check(inflater.SetFormat(format));
-  Inflated pulled = {true, {}};
-  for (int32_t obtained = size; pulled.isGood && obtained == size && pulled.Size() <= most;) {
+  Inflated pulled = {true, {}, ""};
+  for (int32_t obtained = size;
+       pulled.isGood && obtained == size && std::ssize(pulled.output) <= most;) {
     size = size * 7 % 65521;
     Bytes piece(static_cast<std::size_t>(size));
     pulled.isGood = inflater.ReadOutput(piece.data(), size, obtained);
@@ -49,7 +34,7 @@ Inflated Pull(const Bytes& stream, int32_t format, int64_t most, int32_t size) {
 // A good checksum is out of reach of a search, so the stream is given that of what it holds.
 void SetAdler(Bytes& stream) {
   const Bytes bare(stream.begin() + 2, stream.end() - 4);
-  const Bytes output = Run(bare, kRawDeflate, Inflater::kUnlimited).output;
+  const Bytes output = Inflate(bare, kRawDeflate).output;
   StoreBig32(&*stream.end() - 4, Adler32(output.data(), output.size(), kAdler32Initial));
 }
 
@@ -62,20 +47,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   Bytes stream(input.next, input.end);
   if (format == kZlib && stream.size() >= 6) SetAdler(stream);
 
-  const Inflated whole = Run(stream, format, Inflater::kUnlimited);
+  const Inflated whole = Inflate(stream, format);
   // Most inputs are bad, and those without an end are slow: some of them will do.
   if (!whole.isGood && Adler32(data, size, kAdler32Initial) % 64 != 0) return 0;
-  const int64_t limit = std::max(whole.Size() + step - 128, int64_t{0});
-  const Inflated limited = Run(stream, format, limit);
-  Check(limited.isGood == (whole.isGood && limit >= whole.Size()));
-  Check(limited.Size() > limit || limited.output == whole.output);
-  Check(limited.BeginsLike(whole));
+  const int64_t limit = std::max(std::ssize(whole.output) + step - 128, int64_t{0});
+  const Inflated limited = Inflate(stream, format, limit);
+  Check(limited.isGood == (whole.isGood && limit >= std::ssize(whole.output)));
+  Check(std::ssize(limited.output) > limit || limited.output == whole.output);
+  Check(BeginsLike(limited, whole));
 
   // Only a stream that gives bytes for ever, which Run recognises, goes on here.
-  const int64_t most = whole.Size() + 0x10000;
+  const int64_t most = std::ssize(whole.output) + 0x10000;
   const Inflated pulled = Pull(stream, format, most, 1 + step);
-  const bool isEndless = !whole.isGood && pulled.Size() > most;
+  const bool isEndless = !whole.isGood && std::ssize(pulled.output) > most;
   Check(isEndless || (pulled.isGood == whole.isGood && pulled.output == whole.output));
-  Check(pulled.BeginsLike(whole));
+  Check(BeginsLike(pulled, whole));
   return 0;
 }

@@ -4,50 +4,28 @@
 //   1, file    or    0, chunks: type, length, data
 #include <algorithm>
 
-#include "Compression/Adler32.h"
-#include "Compression/Crc32.h"
-#include "Core/Endian.h"
 #include "Core/MemoryStream.h"
 #include "Fuzz/Check.h"
 #include "Image/PngDecoder.h"
 #include "Image/PngEncoder.h"
-#include "Image/PngFormat.h"
+#include "Tests/Support/PngBuilder.h"
 
 namespace {
 
 constexpr int32_t kMostPixels = 1 << 16;  // to be encoded
 
-void AppendBig32(Bytes& bytes, uint32_t value) {
-  bytes.resize(bytes.size() + 4);
-  StoreBig32(&*bytes.end() - 4, value);
-}
-
-// A zlib stream of one stored block. Requires: at most 65535 bytes.
-Bytes Stored(const Bytes& data) {
-  const uint8_t low = static_cast<uint8_t>(data.size());
-  const uint8_t high = static_cast<uint8_t>(data.size() >> 8);
-  Bytes stream = {0x78, 1, 1, low, high, uint8_t(~low), uint8_t(~high)};
-  stream.insert(stream.end(), data.begin(), data.end());
-  AppendBig32(stream, Adler32(data.data(), data.size(), kAdler32Initial));
-  return stream;
-}
-
 // A file whose checksums are good, which is out of reach of a search.
 Bytes Assemble(FuzzInput& input) {
-  constexpr uint32_t kTypes[] = {kChunkData,        kChunkHeader, kChunkPalette, kChunkTransparency,
-                                 ChunkType("tEXt"), kChunkEnd,    kChunkData,    ChunkType("ABCD")};
-  Bytes file(kPngSignature.begin(), kPngSignature.end());
+  const char* const kTypes[] = {"IDAT", "IHDR", "PLTE", "tRNS", "tEXt", "IEND", "IDAT", "ABCD"};
+  PngBuilder file;
   while (input.Left() > 0) {
     const uint8_t selector = input.Byte();
     const std::size_t factor = selector < 0x80 ? 1 : 16;
     Bytes data = input.Take(factor * input.Byte());
-    if (selector % std::size(kTypes) == 0) data = Stored(data);
-    AppendBig32(file, static_cast<uint32_t>(data.size()));
-    AppendBig32(file, kTypes[selector % std::size(kTypes)]);
-    file.insert(file.end(), data.begin(), data.end());
-    AppendBig32(file, Crc32(&*file.end() - data.size() - 4, data.size() + 4, 0));
+    if (selector % std::size(kTypes) == 0) data = PngBuilder::Zlib(data);
+    file.Chunk(kTypes[selector % std::size(kTypes)], data);
   }
-  return Bytes(file);  // without spare capacity
+  return file;  // a copy, without spare capacity
 }
 
 }  // namespace

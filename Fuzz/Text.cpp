@@ -1,5 +1,5 @@
 // Conversion agrees with itself under every character set: counting with storing, cut with whole,
-// one character with many, there with back; and strings keep their text however it is shared.
+// one character with many, there with back; and a string holds the same text.
 //
 //   capacity, text: taken as bytes, and as code points
 #include <algorithm>
@@ -16,8 +16,6 @@ namespace {
 using Text = std::vector<int32_t>;
 
 constexpr uint32_t kCodePages = 7;  // the last one is not assigned
-
-bool IsUtf8(uint32_t codePage) { return codePage < kCodePageLatin1 || codePage == kCodePages - 1; }
 
 // Without a capacity: the one that counting gives, which is then what is stored.
 template <typename To, typename From>
@@ -41,18 +39,6 @@ std::string Encode(const Text& text, uint32_t codePage, int32_t capacity = 0) {
 void TestDecoding(const std::string& bytes, uint32_t codePage, int32_t capacity) {
   Text text = Decode(bytes, codePage);
   Check(Decode(Encode(text, codePage), codePage) == text);
-  Text each;
-  const char* const end = bytes.data() + bytes.size();
-  for (const char* position = bytes.data(); position != end;) {
-    const char* const begin = position;
-    const int32_t codePoint = DecodeUtf8Character(position, end);
-    if (!IsUtf8(codePage)) position = begin + 1;
-    if (position == begin) break;
-    each.push_back(!IsUtf8(codePage)     ? Decode({begin, position}, codePage).at(0)
-                   : codePoint < 0x10000 ? codePoint
-                                         : '?');
-  }
-  Check(text == each);
   text.resize(std::min<std::size_t>(text.size(), capacity));
   Check(Decode(bytes, codePage, capacity) == text);
 }
@@ -65,7 +51,7 @@ void TestEncoding(const Text& text, uint32_t codePage, int32_t capacity) {
     const std::string sequence = Encode({codePoint}, codePage);
     whole += sequence;
     if (cut.size() + sequence.size() <= static_cast<uint32_t>(capacity)) cut += sequence;
-    if (!IsUtf8(codePage)) continue;
+    if (codePage != kCodePageUtf8) continue;
     const char* position = sequence.data();
     const char* const end = position + sequence.size();
     Check(DecodeUtf8Character(position, end) == std::max(codePoint, -1) && position == end);
@@ -73,35 +59,17 @@ void TestEncoding(const Text& text, uint32_t codePage, int32_t capacity) {
   Check(Encode(text, codePage) == whole && Encode(text, codePage, capacity) == cut);
 }
 
-void TestString(const String& string, const Text& text) {
+// A string keeps its text when it is shared and the other one is gone.
+void TestString(const std::string& bytes, uint32_t codePage) {
+  const Text text = Decode(bytes, codePage);
   const std::string narrow = Encode(text, kCodePageDefault);
-  Check(string.IsEmpty() == text.empty());
-  Check(string.Hash() == HashBytes(reinterpret_cast<const uint8_t*>(text.data()), 4 * text.size()));
-  Check(std::memcmp(string.ToNarrow(), narrow.c_str(), narrow.size() + 1) == 0);
-}
-
-// Four strings change and share their texts as the bytes say.
-void TestStrings(const std::string& bytes, uint32_t codePage) {
-  String strings[4];
-  Text texts[4];
-  for (std::size_t at = 0; at < bytes.size(); ++at) {
-    const uint8_t operation = static_cast<uint8_t>(bytes[at]);
-    const int self = operation & 3;
-    const int other = operation >> 2 & 3;
-    const std::string piece = bytes.substr(at, operation >> 4);
-    if (operation < 0x80) {
-      strings[self] = strings[other];
-      texts[self] = texts[other];
-    } else if (operation < 0x90) {
-      Check(strings[self].Format("%s", piece.c_str()));
-      texts[self] = Decode(piece.c_str(), kCodePageDefault);
-    } else {
-      Check(strings[self].Assign(codePage, piece.data(), piece.data() + piece.size()));
-      texts[self] = Decode(piece, codePage);
-    }
-    TestString(strings[other], texts[other]);
-    TestString(String(strings[other]), texts[other]);
-  }
+  String first;
+  Check(first.Assign(codePage, bytes.data(), bytes.data() + bytes.size()));
+  const String second(first);
+  first.Release();
+  Check(second.IsEmpty() == text.empty() && first.IsEmpty());
+  Check(second.Hash() == HashBytes(reinterpret_cast<const uint8_t*>(text.data()), 4 * text.size()));
+  Check(std::memcmp(second.ToNarrow(), narrow.c_str(), narrow.size() + 1) == 0);
 }
 
 }  // namespace
@@ -118,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   for (uint32_t codePage = 0; codePage < kCodePages; ++codePage) {
     TestDecoding(bytes, codePage, capacity);
     TestEncoding(codePoints, codePage, capacity);
+    TestString(bytes, codePage);
   }
-  TestStrings(bytes, static_cast<uint32_t>(capacity) % kCodePages);
   return 0;
 }

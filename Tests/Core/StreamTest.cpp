@@ -134,11 +134,9 @@ TEST(File, OpensByAModeStringFromItsConstructionOn) {
   const TemporaryDirectory directory;
   String path;
   ASSERT_TRUE(path.Assign(0, directory.Path("made").c_str(), nullptr));
-  EXPECT_EQ(File(path, "r").GetCaps(), 0u);
-  EXPECT_EQ(File(path, static_cast<const char*>(nullptr)).GetCaps(), 0u);
-  EXPECT_EQ(File(path, "x").GetCaps(), 0u);  // neither reading nor writing
-  EXPECT_EQ(File(path, "w+").GetCaps(), 15u);
-  EXPECT_EQ(File(path, "rb").GetCaps(), 11u);
+  const std::pair<const char*, uint32_t> rows[] = {
+      {"r", 0}, {nullptr, 0}, {"x", 0}, {"w+", 15}, {"rb", 11}};
+  for (const auto& [mode, caps] : rows) EXPECT_EQ(File(path, mode).GetCaps(), caps) << caps;
 }
 
 }  // namespace

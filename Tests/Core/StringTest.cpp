@@ -7,10 +7,8 @@
 
 #include "Core/FatalExit.h"
 
-namespace {
-int allocations = 0;
-int allowedAllocations = INT32_MAX;
-}  // namespace
+static int allocations = 0;
+static int allowedAllocations = INT32_MAX;
 
 // The operator behind the blocks of strings, which can be told to have no memory.
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {

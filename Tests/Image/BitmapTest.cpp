@@ -11,8 +11,7 @@ TEST(Bitmap, ResizeKeepsTheTopLeftAndPadsWithOpaqueBlack) {
   for (int sizes = 0; sizes < kSides * kSides * kSides * kSides; ++sizes) {
     const int oldWidth = sizes % kSides, oldHeight = sizes / kSides % kSides;
     const int width = sizes / 25 % kSides, height = sizes / 125;
-    SCOPED_TRACE(testing::Message()
-                 << oldWidth << "x" << oldHeight << ", " << width << "x" << height);
+    SCOPED_TRACE(testing::Message() << oldWidth << oldHeight << width << height);
     Bitmap bitmap(oldWidth, oldHeight);
     for (int i = 0; i < oldWidth * oldHeight; ++i) bitmap.Row(0)[i] = 100 + i;
     ASSERT_TRUE(bitmap.Resize(width, height));
@@ -36,8 +35,8 @@ TEST(Bitmap, CopiesAreTheirOwn) {
   const Bitmap copy(first);
   assigned = first;
   first.Fill(Color(1, 2, 3, 4));
-  for (const Bitmap* other : {&copy, static_cast<const Bitmap*>(&assigned)}) {
-    EXPECT_TRUE(other->Width() == 3 && other->Height() == 2 && other->Row(1)[2] == 0xFFFF0080);
+  for (Bitmap other : {copy, assigned}) {
+    EXPECT_TRUE(other.Width() == 3 && other.Height() == 2 && other.Row(1)[2] == 0xFFFF0080);
   }
 }
 

@@ -4,14 +4,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <random>
-#include <vector>
 
 #include "Image/PngPixels.h"
 #include "Image/PngUnfilter.h"
+#include "Tests/Support/PngBuilder.h"
 
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 // As the standard has it.
 uint8_t Predicted(int filter, int left, int above, int upperLeft) {
@@ -74,12 +72,9 @@ Pixel PlainPixel(const PngHeader& header, const PngColors& colors, const Bytes& 
 }
 
 TEST(PngPixels, ConvertsRowsAsThePlainLoopDoes) {
-  constexpr std::pair<uint8_t, uint8_t> kFormats[] = {{0, 1}, {0, 2},  {0, 4},  {0, 8}, {0, 16},
-                                                      {2, 8}, {2, 16}, {3, 1},  {3, 2}, {3, 4},
-                                                      {3, 8}, {4, 8},  {4, 16}, {6, 8}, {6, 16}};
   std::mt19937 random(2);
   for (int round = 0; round < 3000; ++round) {
-    const auto [colorType, bitDepth] = kFormats[round % 15];
+    const auto [colorType, bitDepth] = kAllPngFormats[round % 15];
     const PngHeader header = {0, 0, bitDepth, colorType, 0};
     const int count = static_cast<int>(1 + random() % 40), step = 1 << random() % 4;
     Bytes row(static_cast<std::size_t>(header.RowSize(count)));

@@ -1,4 +1,4 @@
-// PNG files, read and written.
+// PNG files and what is read of them.
 
 #include <gtest/gtest.h>
 #include <strings.h>
@@ -10,9 +10,7 @@
 
 #include "Core/MemoryStream.h"
 #include "Image/PngDecoder.h"
-#include "Image/PngEncoder.h"
 #include "Image/PngHeader.h"
-#include "Tests/Support/FaultyStream.h"
 #include "Tests/Support/PngBuilder.h"
 
 namespace {
@@ -77,13 +75,10 @@ TEST(PngDecoder, ReadsAndRefusesFiles) {
   }
 }
 
-TEST(PngDecoder, RefusesEveryCutAndEveryDamage) {
+TEST(PngDecoder, RefusesEveryDamage) {
   const Bytes file = FileOf("grey 8", "IHDR=1x1 tRNS=0000 IDAT tEXt=010203 IEND", Bytes(2));
   ASSERT_EQ(Decoded(file), " 00000000");
   for (std::size_t i = 0; i < 8 * file.size(); ++i) {
-    Core::MemoryStream cut(file.data(), static_cast<uint32_t>(i / 8));
-    Bitmap bitmap;
-    EXPECT_FALSE(LoadPng(cut, bitmap)) << i / 8;
     Bytes damaged = file;
     damaged[i / 8] ^= 1 << i % 8;
     EXPECT_EQ(Decoded(damaged), " refused") << i;
@@ -100,42 +95,6 @@ TEST(PngHeader, AllowsSizesThatCanBeWritten) {
     const Bytes data = PngBuilder::Header(width, height, 1, kPngGrey, 0);
     PngHeader header;
     EXPECT_EQ(ParsePngHeader(data.data(), 13, header), isAllowed) << width << " x " << height;
-  }
-}
-
-Bytes Saved(const Bitmap& bitmap) {
-  Core::MemoryStream out;
-  EXPECT_TRUE(SavePng(out, bitmap));
-  return Bytes(out.GetData(), out.GetData() + out.GetSize());
-}
-
-TEST(PngEncoder, WritesTheseBytes) {
-  Bitmap pixel(1, 1);
-  pixel.Row(0)[0] = 0x80FF0102;
-  const std::pair<Bitmap, const char*> rows[] = {
-      {pixel, "x78DA fixed symbol:0 symbol:255 symbol:1 symbol:2 symbol:128 symbol:256 x04880183"},
-      {Bitmap(5, 0), "x78DA fixed symbol:256 x00000001"}};
-  for (const auto& [bitmap, imageData] : rows) {
-    const Bytes header = PngBuilder::Header(bitmap.Width(), bitmap.Height(), 8, 6, 0);
-    EXPECT_EQ(Saved(bitmap), Bytes(PngBuilder()
-                                       .Chunk("IHDR", header)
-                                       .Chunk("IDAT", BitAssembler(imageData))
-                                       .Chunk("IEND", {})));
-  }
-}
-
-TEST(PngEncoder, ReportsARefusalAtEveryByte) {
-  Bitmap bitmap(9, 7);
-  for (int i = 0; i < 63; ++i) bitmap.Row(0)[i] = i % 5 * 0x87654321u;
-  const Bytes whole = Saved(bitmap);
-  for (Fault fault : {Fault::kRefuse, Fault::kCut}) {
-    for (std::size_t limit = 0; limit < whole.size(); ++limit) {
-      Core::MemoryStream out;
-      FaultyStream faulty(out, static_cast<int64_t>(limit), fault);
-      EXPECT_FALSE(SavePng(faulty, bitmap)) << limit;
-      EXPECT_TRUE(out.GetSize() <= static_cast<int64_t>(limit) &&
-                  std::equal(out.GetData(), out.GetData() + out.GetSize(), whole.begin()));
-    }
   }
 }
 

@@ -65,10 +65,8 @@ struct SomeFile {
 // the transparent colour. Not made: an empty tRNS, and a transparent colour above the samples'
 // range; libpng refuses the one and cuts the other, we take them at their word.
 SomeFile MakeFile(Random& random, bool isDamaged) {
-  constexpr int kFormats[][2] = {{0, 1}, {0, 2}, {0, 4}, {0, 8}, {0, 16}, {2, 8}, {2, 16}, {3, 1},
-                                 {3, 2}, {3, 4}, {3, 8}, {4, 8}, {4, 16}, {6, 8}, {6, 16}};
   constexpr int kChannels[] = {1, 0, 3, 1, 2, 0, 4};
-  const auto [type, depth] = kFormats[random.Below(std::size(kFormats))];
+  const auto [type, depth] = kAllPngFormats[random.Below(std::size(kAllPngFormats))];
   const int width = 1 + random.Size(6);
   const int height = 1 + random.Size(6);
   const bool isInterlaced = random.OneIn(2);
@@ -100,7 +98,6 @@ SomeFile MakeFile(Random& random, bool isDamaged) {
     if (random.OneIn(3)) file.Chunk("teSt", noise(9));
   };
   file.Chunk("IHDR", header);
-  if (random.OneIn(2)) file.Chunk("gAMA", {0, 0, 0xB1, 0x8F});
   const int entries = 1 + random.Below(type == 3 ? 1 << depth : 256);
   if (type == 3 || (type % 4 == 2 && random.OneIn(2))) file.Chunk("PLTE", noise(3 * entries));
   maybeUnknownChunk();
@@ -140,8 +137,7 @@ TEST(PngJudge, ReadsTheSamePixels) {
     const SomeFile some = MakeFile(random, isDamaged);
     constexpr int kTypeAt = 25;
     const int type = some.file[kTypeAt];
-    SCOPED_TRACE(testing::Message()
-                 << i << ": type " << type << ", depth " << +some.file[kTypeAt - 1]);
+    SCOPED_TRACE(testing::Message() << i << ": type " << type);
     Core::MemoryStream in(some.file.data(), static_cast<uint32_t>(some.file.size()));
     Picture ours;
     ours.isRead = LoadPng(in, ours.bitmap);
@@ -152,8 +148,7 @@ TEST(PngJudge, ReadsTheSamePixels) {
       continue;
     }
     const int width = ours.bitmap.Width();
-    ASSERT_EQ(width, judged.bitmap.Width());
-    ASSERT_EQ(ours.bitmap.Height(), judged.bitmap.Height());
+    ASSERT_TRUE(width == judged.bitmap.Width() && ours.bitmap.Height() == judged.bitmap.Height());
     for (int k = 0; k < width * ours.bitmap.Height(); ++k) {
       const Pixel pixel = ours.bitmap.Row(k / width)[k % width];
       const Pixel expected = judged.bitmap.Row(k / width)[k % width];

@@ -4,13 +4,11 @@
 
 #include <zlib.h>
 
-#include <memory>
 #include <random>
 #include <string>
 
-#include "Compression/Inflater.h"
-#include "Core/MemoryStream.h"
 #include "Tests/Support/BitAssembler.h"
+#include "Tests/Support/Deflated.h"
 
 struct Random : std::mt19937 {
   using std::mt19937::mt19937;
@@ -48,15 +46,6 @@ inline Verdict ReadByZlib(const Bytes& bytes, int container) {
   return {result == Z_STREAM_END, output, message};
 }
 
-inline Verdict ReadByUs(const Bytes& bytes, int container) {
-  Core::MemoryStream input(bytes.data(), static_cast<uint32_t>(bytes.size()));
-  Core::MemoryStream output;
-  auto inflater = std::make_unique<Inflater>(&input, &output);
-  inflater->SetFormat(container);
-  const bool isAccepted = inflater->Run(Inflater::kUnlimited);
-  return {isAccepted, Bytes(output.GetData(), output.GetData() + output.GetSize()), ""};
-}
-
 // With any level, window, memory and strategy.
 inline Bytes WrittenByZlib(const Bytes& data, int container, Random& random) {
   const int level = random.Below(10);
@@ -88,7 +77,7 @@ inline Bytes WrittenAndDamaged(const Bytes& data, int container, Random& random)
     flipped ^= 1 << random.Below(8);
   }
   if (!isRewrapped) return bytes;
-  const Bytes content = ReadByUs(bytes, 0).output;
+  const Bytes content = Inflate(bytes, kRawDeflate).output;
   const uInt size = static_cast<uInt>(content.size());
   BitAssembler stream;
   if (container == 1) stream.Append({0x78, 0x9C});

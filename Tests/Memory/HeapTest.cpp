@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
+#include "Memory/HeapBuckets.h"
 #include "Memory/HeapChecks.h"
 #include "Tests/Support/SegmentArena.h"
 
@@ -40,10 +42,7 @@ TEST(HeapModel, RequestsAboveAGibibyteTakeFreeBlocksThatFit) {
 }
 
 TEST_F(HeapTest, RefusesWhatItCannotServe) {
-  EXPECT_TRUE(Alloc(Heap::kMaxSize + 1) == nullptr && Alloc(~uint64_t{0}) == nullptr);
-  EXPECT_EQ(Alloc(8, 2 * Heap::kMaxAlignment), nullptr);
-  EXPECT_FALSE(heap_.AddSegment(Heap::kMaxSize + 1, 8));
-  EXPECT_EQ(Stats().allocCalls, 0u);
+  EXPECT_FALSE(Alloc(~uint64_t{0}) != nullptr || heap_.AddSegment(Heap::kMaxSize + 1, 8));
   EXPECT_EQ(Alloc(Heap::kMaxSize, Heap::kMaxAlignment), nullptr);  // the segment's length wraps
   EXPECT_EQ(Alloc(Heap::kMaxSize - 100, Heap::kMaxAlignment), nullptr);  // and here by rounding up
   EXPECT_EQ(Stats().numSegments, 0u);
@@ -60,12 +59,18 @@ TEST_F(HeapTest, GivesEightBytesOfAlignmentToTheBlockBefore) {
   EXPECT_EQ(heap_.UsableSize(first), 16u);
 }
 
-// What is left of 64 bytes: 8 bytes stay; 16 become a block that has no payload and is in no list.
+// What is left of 64 bytes: 8 bytes stay; 16 become a block that has no payload and is in no list;
+// 32 are the least block that is in one.
 TEST_F(HeapTest, KeepsSliversOutsideTheLists) {
   void* block = Alloc(64);
   void* fence = Alloc(8);
-  for (const auto& [size, usable, listed] : std::vector<std::array<uint64_t, 3>>{
-           {56, 64, 1}, {48, 48, 1}, {40, 48, 1}, {24, 24, 2}, {64, 64, 1}, {48, 48, 1}}) {
+  for (const auto& [size, usable, listed] : std::vector<std::array<uint64_t, 3>>{{56, 64, 1},
+                                                                                 {48, 48, 1},
+                                                                                 {40, 48, 1},
+                                                                                 {24, 24, 2},
+                                                                                 {32, 32, 2},
+                                                                                 {64, 64, 1},
+                                                                                 {48, 48, 1}}) {
     ASSERT_TRUE(heap_.ResizeInPlace(block, size));
     EXPECT_EQ(heap_.UsableSize(block), usable) << size;
     EXPECT_EQ(Stats().freeBlocks, listed) << size;
@@ -97,6 +102,33 @@ TEST_F(HeapTest, ChecksFindDamage) {
   const char* base = SegmentArena::Slot(0);
   EXPECT_TRUE(IsInHeap(base, heap_) && IsInHeap(base + SegmentArena::kSlot - 1, heap_));
   EXPECT_FALSE(IsInHeap(base - 1, heap_) || IsInHeap(base + SegmentArena::kSlot, heap_));
+}
+
+TEST(HeapSegments, AreAtMost256) {
+  std::deque<int> apart;
+  for (int i = 0; i < 260; ++i) apart.push_back(2 * i);
+  const SegmentArena arena(apart);
+  Heap heap(SegmentArena::Mapper());
+  constexpr uint64_t kMoreThanHalf = 10 << 20;
+  for (int i = 0; i < 256; ++i) ASSERT_NE(heap.AllocBlock(kMoreThanHalf, 8), nullptr) << i;
+  EXPECT_EQ(heap.AllocBlock(kMoreThanHalf, 8), nullptr);
+  EXPECT_EQ(SegmentArena::Mapped(), 256 * SegmentArena::kSlot);
+  EXPECT_NE(heap.AllocBlock(kMoreThanHalf / 2, 8), nullptr);
+}
+
+// Against searches that know nothing but the bounds, around each of them.
+TEST(HeapBuckets, BothIndexesAgreeWithTheBounds) {
+  const auto first = kBucketBounds.begin();
+  for (const uint64_t bound : kBucketBounds) {
+    for (uint64_t size = bound < 2 ? 0 : bound - 2; size <= bound + 2; ++size) {
+      ASSERT_EQ(FloorBucket(size), std::ranges::upper_bound(kBucketBounds, size) - first - 1);
+      ASSERT_EQ(CeilingBucket(size),
+                std::min<std::ptrdiff_t>(std::ranges::lower_bound(kBucketBounds, size) - first,
+                                         kLastBucket));
+    }
+  }
+  EXPECT_EQ(FloorBucket(~uint64_t{0}), kLastBucket);
+  EXPECT_EQ(CeilingBucket(~uint64_t{0}), kLastBucket);
 }
 
 }  // namespace

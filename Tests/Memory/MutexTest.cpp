@@ -14,7 +14,7 @@ TEST(Mutex, LetsOneThreadInAtATime) {
   Mutex mutex;
   int64_t counter = 0;
   mutex.Lock();
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
       for (int step = 0; step < kSteps; ++step) {
@@ -27,6 +27,6 @@ TEST(Mutex, LetsOneThreadInAtATime) {
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
   EXPECT_EQ(counter, 0);
   mutex.Unlock();
-  for (std::thread& thread : threads) thread.join();
+  threads.clear();  // joins them
   EXPECT_EQ(counter, int64_t{kThreads} * kSteps);
 }

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <functional>
-#include <map>
 
 #include "Compression/DeflateFormat.h"
 #include "Tests/Support/Cases.h"
@@ -74,26 +72,18 @@ class BitAssembler {
     const std::string rest = word.substr(std::min(word.size(), kind.size() + 1));
     int a = 0, b = 0;
     std::sscanf(rest.c_str(), "%d,%d", &a, &b);
-    const std::map<std::string, std::function<void()>> kinds = {
-        {"fixed", [&] { Block(kFixedBlock, rest != "+"); }},
-        {"stored", [&] { Stored(Bytes(rest.begin(), rest.end())); }},
-        {"symbol", [&] { Fixed(a); }},
-        {"match", [&] { FixedMatch(a, b); }},
-        {"dynamic", [&] { DynamicHead(a, b); }},
-        {"repeat", [&] { Code(a, 5).Number(b, kRepeatRanges[a - 16].extraBits); }}};
-    if (kinds.count(kind) > 0) {
-      kinds.at(kind)();
-    } else if (kind == "lengths") {
-      for (const char digit : rest) {
-        if (digit != ',') Code(std::stoi(std::string(1, digit), nullptr, 16), 5);
-      }
-    } else if (word[0] == '\'') {
-      Fixed(static_cast<uint8_t>(word[1]));
-    } else if (word[0] == 'x') {
-      Append(FromHex(word.substr(1)));
-    } else {
-      for (const char bit : word) Bit(bit == '1');
+    if (kind == "fixed") Block(kFixedBlock, rest != "+");
+    if (kind == "stored") Stored(Bytes(rest.begin(), rest.end()));
+    if (kind == "symbol") Fixed(a);
+    if (kind == "match") FixedMatch(a, b);
+    if (kind == "dynamic") DynamicHead(a, b);
+    if (kind == "repeat") Code(a, 5).Number(b, kRepeatRanges[a - 16].extraBits);
+    for (const char digit : kind == "lengths" ? rest : "") {
+      if (digit != ',') Code(std::stoi(std::string(1, digit), nullptr, 16), 5);
     }
+    if (word[0] == '\'') Fixed(static_cast<uint8_t>(word[1]));
+    if (word[0] == 'x') Append(FromHex(word.substr(1)));
+    for (const char bit : kind.find_first_not_of("01") == kind.npos ? word : "") Bit(bit == '1');
   }
   // A final dynamic block up to the code lengths. All 19 code-length symbols get 5 bits, so the
   // code of each is its own number.

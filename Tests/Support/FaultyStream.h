@@ -18,27 +18,21 @@ class FaultyStream final : public Core::Stream {
   FaultyStream(Core::Stream& inner, int64_t limit, Fault fault, uint32_t capsMask = ~0u)
       : inner_(inner), left_(limit), fault_(fault), capsMask_(capsMask) {}
 
-  // Whether the limit has been met: a sweep over limits ends with the first run that meets none.
-  bool Faulted() const { return faulted_; }
-
   bool Read(void* buffer, int32_t count, uint32_t& done) override {
     return Admit(count) && inner_.Read(buffer, count, done) && Count(done);
   }
   bool Write(const void* buffer, int32_t count, uint32_t& done) override {
     return Admit(count) && inner_.Write(buffer, count, done) && Count(done);
   }
-  bool Close() override { return inner_.Close(); }
   uint32_t GetCaps() override { return inner_.GetCaps() & capsMask_; }
   bool Seek(int64_t offset, int32_t origin) override { return inner_.Seek(offset, origin); }
   int64_t Tell() override { return inner_.Tell(); }
   int64_t GetSize() override { return inner_.GetSize(); }
   bool Flush() override { return inner_.Flush(); }
-  bool Truncate() override { return inner_.Truncate(); }
 
  private:
   bool Admit(int32_t& count) {
     if (count <= left_) return true;
-    faulted_ = true;
     count = static_cast<int32_t>(std::min<int64_t>(count, left_));
     return fault_ == Fault::kCut;
   }
@@ -51,5 +45,4 @@ class FaultyStream final : public Core::Stream {
   int64_t left_;
   Fault fault_;
   uint32_t capsMask_;
-  bool faulted_ = false;
 };

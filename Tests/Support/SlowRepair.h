@@ -26,8 +26,7 @@ inline bool RepairSlowly(Bitmap& bitmap, int threshold) {
   std::vector<int> current;
   for (int place = 0; place < count; ++place) {
     const auto isKnown = [&](int other) { return known[other]; };
-    const bool isBeside = std::any_of(around[place].begin(), around[place].end(), isKnown);
-    if (isBeside && !known[place]) current.push_back(place);
+    if (!known[place] && std::ranges::any_of(around[place], isKnown)) current.push_back(place);
   }
   const bool isChanging = !current.empty();
   std::vector<bool> queued(count);
