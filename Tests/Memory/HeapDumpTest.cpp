@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <string>
 
 #include "Memory/Heap.h"
@@ -17,11 +16,16 @@ std::string Dumped(void (*dump)(const Heap&), const Heap& heap) {
   testing::internal::CaptureStdout();
   dump(heap);
   std::string text = testing::internal::GetCapturedStdout();
-  const std::regex address("(0x)?[0-9a-f]{9,}");  // sizes have fewer digits
-  for (std::smatch found; std::regex_search(text, found, address);) {
-    const uint64_t place =
-        std::stoull(found.str(), nullptr, 16) - reinterpret_cast<uintptr_t>(SegmentArena::Slot(0));
-    text.replace(found.position(), found.length(), "+" + std::to_string(place));
+  const char* const digits = "0123456789abcdefx";
+  for (std::size_t at = 0; (at = text.find_first_of(digits, at)) != text.npos;) {
+    std::string number = text.substr(at, text.find_first_not_of(digits, at) - at);
+    const std::size_t length = number.size();
+    if (length > 8) {  // which sizes do not reach
+      number = "+" + std::to_string(std::stoull(number, nullptr, 16) -
+                                    reinterpret_cast<uintptr_t>(SegmentArena::Slot(0)));
+    }
+    text.replace(at, length, number);
+    at += number.size();
   }
   return text;
 }
