@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <algorithm>
 #include <string>
 
 #include "Memory/Heap.h"
@@ -17,11 +17,15 @@ std::string Dumped(void (*dump)(const Heap&), const Heap& heap) {
   testing::internal::CaptureStdout();
   dump(heap);
   std::string text = testing::internal::GetCapturedStdout();
-  const std::regex address("(0x)?[0-9a-f]{9,}");  // sizes have fewer digits
-  for (std::smatch found; std::regex_search(text, found, address);) {
-    const uint64_t place =
-        std::stoull(found.str(), nullptr, 16) - reinterpret_cast<uintptr_t>(SegmentArena::Slot(0));
-    text.replace(found.position(), found.length(), "+" + std::to_string(place));
+  const char* const digits = "0123456789abcdefx";
+  for (std::size_t at = 0; (at = text.find_first_of(digits, at)) != text.npos;) {
+    const std::size_t length = std::min(text.find_first_not_of(digits, at), text.size()) - at;
+    if (length > 8) {  // which sizes do not reach
+      const uint64_t place = std::stoull(text.substr(at, length), nullptr, 16);
+      const uint64_t start = reinterpret_cast<uintptr_t>(SegmentArena::Slot(0));
+      text.replace(at, length, "+" + std::to_string(place - start));
+    }
+    at = text.find_first_not_of(digits, at + 1);
   }
   return text;
 }
