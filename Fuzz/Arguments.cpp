@@ -13,8 +13,7 @@ namespace {
 
 struct Expected {
   std::string letters;  // of all switches
-  String input;
-  String output;
+  String input, output;
   std::string message;
   bool isUsage = false;
 

@@ -45,8 +45,7 @@ void TestDecoding(const std::string& bytes, uint32_t codePage, int32_t capacity)
 
 // A sequence that does not fit is skipped, a later one may fit.
 void TestEncoding(const Text& text, uint32_t codePage, int32_t capacity) {
-  std::string whole;
-  std::string cut;
+  std::string whole, cut;
   for (const int32_t codePoint : text) {
     const std::string sequence = Encode({codePoint}, codePage);
     whole += sequence;

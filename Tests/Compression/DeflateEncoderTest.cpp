@@ -41,6 +41,33 @@ TEST(DeflateEncoder, ChoosesTheCheapestKindOfBlock) {
   }
 }
 
+// Places in `text` match earlier ones, each longer than the place before: while the parser goes
+// over it, a match is pending all the time, also when the first block is full in the midst of it.
+// The second block is stored, and begins with the match.
+TEST(DeflateEncoder, AMatchMayWaitWhileItsBlockIsWritten) {
+  const Bytes text = MakeData(DataKind::kNoise, 30, 9);
+  for (std::size_t start = 58280; start < 58360; start += 5) {
+    Bytes data = MakeData(DataKind::kNoise, start + 3000, 1);
+    std::copy(text.begin(), text.end(), data.begin() + start);
+    for (int k = 0; k < 13; ++k) {
+      std::copy_n(text.begin() + k, 3 + k, data.begin() + start - 1000 + 50 * k);
+    }
+    ASSERT_EQ(Inflate(Deflated(data), kRawDeflate).output, data) << start;
+  }
+}
+
+// A match may reach back 32,768 bytes and no more.
+TEST(DeflateEncoder, ReachesBackAsFarAsTheFormatAllows) {
+  std::size_t sizes[2];
+  for (std::size_t further : {0, 1}) {
+    Bytes data = MakeData(DataKind::kNoise, 100, 3);
+    data.resize(32768 + further, 7);
+    data.insert(data.end(), data.begin(), data.begin() + 100);
+    sizes[further] = Deflated(data).size();
+  }
+  EXPECT_LT(sizes[0] + 80, sizes[1]);
+}
+
 TEST(DeflateEncoder, LazyParsingPaysFromLevelNineOn) {
   const Bytes data = MakeData(DataKind::kFewValues, 9000, 1);
   EXPECT_LT(Deflated(data, 9).size(), Deflated(data, 8).size());
@@ -54,8 +81,7 @@ TEST(DeflateEncoder, ReportsARefusalAtEveryByte) {
     const Bytes whole = Deflated(data);
     for (std::size_t run = 0; run < 2 * whole.size(); ++run) {
       const std::size_t limit = run / 2;
-      Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size()));
-      Core::MemoryStream out;
+      Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size())), out;
       FaultyStream faulty(out, static_cast<int64_t>(limit),
                           run % 2 == 0 ? Fault::kRefuse : Fault::kCut);
       auto encoder = std::make_unique<DeflateEncoder>(source, faulty, 9);
@@ -69,9 +95,8 @@ TEST(DeflateEncoder, ReportsARefusalAtEveryByte) {
 TEST(DeflateEncoder, ASourceThatFailsEndsTheData) {
   const Bytes data = MakeData(DataKind::kRuns, 70000, 9);
   for (int64_t limit : {32768, 65000, -1}) {
-    Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size()));
+    Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size())), out;
     FaultyStream faulty(source, limit, Fault::kRefuse);
-    Core::MemoryStream out;
     ASSERT_EQ(std::make_unique<DeflateEncoder>(faulty, out, 9)->Compress(), limit > 0);
     if (limit < 0) break;
     const Bytes back = Inflate(BytesOf(out), kRawDeflate).output;

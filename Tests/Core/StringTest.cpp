@@ -24,10 +24,9 @@ String Make(const char* text, uint32_t codePage = 0) {
 }
 
 TEST(String, IsEmptyWithoutABlock) {
-  const char text[] = "abc";
-  String string = Make(text);
+  String string = Make("abc");
   allocations = 0;
-  EXPECT_TRUE(string.Assign(0, text + 1, text + 1) && string.IsEmpty());
+  EXPECT_TRUE(string.Assign(0, "", nullptr) && string.IsEmpty());
   EXPECT_TRUE(string.Assign(0, nullptr, nullptr) && string.Format("%s", "") && string.IsEmpty());
   EXPECT_TRUE(*string.ToNarrow() == '\0' && allocations == 0);
 }

@@ -1,4 +1,4 @@
-// PNG files and what is read of them.
+// PNG files, read and written.
 
 #include <gtest/gtest.h>
 #include <strings.h>
@@ -10,7 +10,10 @@
 
 #include "Core/MemoryStream.h"
 #include "Image/PngDecoder.h"
+#include "Image/PngEncoder.h"
 #include "Image/PngHeader.h"
+#include "Tests/Support/Deflated.h"
+#include "Tests/Support/FaultyStream.h"
 #include "Tests/Support/PngBuilder.h"
 
 namespace {
@@ -95,6 +98,23 @@ TEST(PngHeader, AllowsSizesThatCanBeWritten) {
     const Bytes data = PngBuilder::Header(width, height, 1, kPngGrey, 0);
     PngHeader header;
     EXPECT_EQ(ParsePngHeader(data.data(), 13, header), isAllowed) << width << " x " << height;
+  }
+}
+
+TEST(PngEncoder, ReportsARefusalAtEveryByte) {
+  Bitmap bitmap(9, 7);
+  for (int i = 0; i < 63; ++i) bitmap.Row(0)[i] = i % 5 * 0x87654321u;
+  Core::MemoryStream saved;
+  ASSERT_TRUE(SavePng(saved, bitmap));
+  const Bytes whole = BytesOf(saved);
+  for (Fault fault : {Fault::kRefuse, Fault::kCut}) {
+    for (std::size_t limit = 0; limit < whole.size(); ++limit) {
+      Core::MemoryStream out;
+      FaultyStream faulty(out, static_cast<int64_t>(limit), fault);
+      EXPECT_FALSE(SavePng(faulty, bitmap)) << limit;
+      EXPECT_TRUE(out.GetSize() <= static_cast<int64_t>(limit) &&
+                  std::equal(out.GetData(), out.GetData() + out.GetSize(), whole.begin()));
+    }
   }
 }
 

@@ -67,8 +67,7 @@ struct SomeFile {
 SomeFile MakeFile(Random& random, bool isDamaged) {
   constexpr int kChannels[] = {1, 0, 3, 1, 2, 0, 4};
   const auto [type, depth] = kAllPngFormats[random.Below(std::size(kAllPngFormats))];
-  const int width = 1 + random.Size(6);
-  const int height = 1 + random.Size(6);
+  const int width = 1 + random.Size(6), height = 1 + random.Size(6);
   const bool isInterlaced = random.OneIn(2);
   const int mask = std::array{0xFF, 0x81, 0x01, 0x00}[random.Below(4)];
   const auto noise = [&](int size) {
@@ -147,11 +146,10 @@ TEST(PngJudge, ReadsTheSamePixels) {
       ASSERT_TRUE(isDamaged && IsKnownDifference(ours, judged, some)) << judged.message;
       continue;
     }
-    const int width = ours.bitmap.Width();
-    ASSERT_TRUE(width == judged.bitmap.Width() && ours.bitmap.Height() == judged.bitmap.Height());
-    for (int k = 0; k < width * ours.bitmap.Height(); ++k) {
-      const Pixel pixel = ours.bitmap.Row(k / width)[k % width];
-      const Pixel expected = judged.bitmap.Row(k / width)[k % width];
+    const int width = ours.bitmap.Width(), height = ours.bitmap.Height();
+    ASSERT_TRUE(width == judged.bitmap.Width() && height == judged.bitmap.Height());
+    for (int k = 0; k < width * height; ++k) {
+      const Pixel pixel = ours.bitmap.Row(0)[k], expected = judged.bitmap.Row(0)[k];
       // An index past the palette: transparent black with us, opaque black with libpng.
       const bool isPast = type == kPngIndexed && pixel == 0;
       ASSERT_EQ(pixel, isPast ? expected & kColorMask : expected) << "pixel " << k;

@@ -48,9 +48,7 @@ inline Verdict ReadByZlib(const Bytes& bytes, int container) {
 
 // With any level, window, memory and strategy.
 inline Bytes WrittenByZlib(const Bytes& data, int container, Random& random) {
-  const int level = random.Below(10);
-  const int smaller = random.Below(7);
-  const int memory = 1 + random.Below(9);
+  const int level = random.Below(10), smaller = random.Below(7), memory = 1 + random.Below(9);
   z_stream stream{};
   deflateInit2(&stream, level, Z_DEFLATED,
                kWindows[container] + (container == 0 ? smaller : -smaller), memory,

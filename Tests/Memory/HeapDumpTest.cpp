@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "Memory/Heap.h"
@@ -18,14 +19,13 @@ std::string Dumped(void (*dump)(const Heap&), const Heap& heap) {
   std::string text = testing::internal::GetCapturedStdout();
   const char* const digits = "0123456789abcdefx";
   for (std::size_t at = 0; (at = text.find_first_of(digits, at)) != text.npos;) {
-    std::string number = text.substr(at, text.find_first_not_of(digits, at) - at);
-    const std::size_t length = number.size();
+    const std::size_t length = std::min(text.find_first_not_of(digits, at), text.size()) - at;
     if (length > 8) {  // which sizes do not reach
-      number = "+" + std::to_string(std::stoull(number, nullptr, 16) -
-                                    reinterpret_cast<uintptr_t>(SegmentArena::Slot(0)));
+      const uint64_t place = std::stoull(text.substr(at, length), nullptr, 16);
+      const uint64_t start = reinterpret_cast<uintptr_t>(SegmentArena::Slot(0));
+      text.replace(at, length, "+" + std::to_string(place - start));
     }
-    text.replace(at, length, number);
-    at += number.size();
+    at = text.find_first_not_of(digits, at + 1);
   }
   return text;
 }

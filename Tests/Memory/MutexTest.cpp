@@ -9,8 +9,7 @@
 // The first holder has the lock from a time when it was the only thread. The others find it held,
 // wait for it in the system, and then take turns without losing a step.
 TEST(Mutex, LetsOneThreadInAtATime) {
-  constexpr int kThreads = 4;
-  constexpr int kSteps = 50000;
+  constexpr int kThreads = 4, kSteps = 50000;
   Mutex mutex;
   int64_t counter = 0;
   mutex.Lock();

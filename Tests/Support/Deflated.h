@@ -34,8 +34,7 @@ inline Bytes BytesOf(Core::MemoryStream& stream) {
 
 // Ends the program if the encoder fails.
 inline Bytes Deflated(const Bytes& data, int32_t level = 9) {
-  Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size()));
-  Core::MemoryStream out;
+  Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size())), out;
   const auto encoder = std::make_unique<DeflateEncoder>(source, out, level);
   if (!encoder->Compress() || encoder->BytesRead() != data.size()) std::abort();
   return BytesOf(out);

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <random>
-#include <vector>
 
 #include "Tests/Support/SlowRepair.h"
 #include "Tool/Surroundings.h"
