@@ -4,6 +4,10 @@
 // destroyed by an exit handler: what was allocated before stays with the C library's allocator, and
 // what was allocated from the heap is released before main returns.
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <cstdlib>
 #include <new>
 
@@ -16,6 +20,16 @@
 namespace {
 
 constexpr int kFatalStatus = 1;
+
+// Takes the numbers of standard streams that the caller has closed. A picture's file would get them
+// otherwise: its first byte would pass for the user's answer, or a message end up in it. What holds
+// a number now can be neither read nor written, so the stream fails as a closed one does.
+void ReserveStandardStreams() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    const bool isClosed = fcntl(descriptor, F_GETFD) < 0;
+    if (isClosed && open("/", O_PATH) != descriptor) FatalExit("No standard stream", kFatalStatus);
+  }
+}
 
 // Deliberate: nobody takes this lock. It stands for the one running instance of the tool, and its
 // absence or presence at the wrong time ends the process.
@@ -44,6 +58,9 @@ void ShutDown() {}
 }  // namespace
 
 int main(int argc, char** argv) {
+  ReserveStandardStreams();
+  // Whether anybody still reads the messages decides neither about the picture nor the status.
+  std::signal(SIGPIPE, SIG_IGN);
   CreateProcessLock();  // before the heap serves: this block is the C library's
   ActivateHeap();
   // The heap is destroyed before the names' own destructors run, and these must find them empty. A
