@@ -5,6 +5,7 @@
 
 #include "Compression/DeflateFormat.h"
 
+// cppcheck-suppress uninitMemberVar
 DeflateEncoder::DeflateEncoder(Core::Stream& source, Core::Stream& destination, int32_t level)
     : source_(&source), level_(level), writer_(destination) {}
 

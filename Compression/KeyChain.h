@@ -56,8 +56,10 @@ class KeyChain {
   // Multiplicative hashing (Knuth, The Art of Computer Programming, volume 3, section 6.4).
   uint32_t Bucket(const uint8_t* bytes) const {
     uint32_t key = 0;
-    if constexpr (kKeyBytes <= 4) {
-      key = LoadLittle32(bytes) << (32 - 8 * kKeyBytes);
+    if constexpr (kKeyBytes == 3) {
+      key = LoadLittle32(bytes) << 8;
+    } else if constexpr (kKeyBytes == 4) {
+      key = LoadLittle32(bytes);
     } else {
       uint64_t words = 0;
       for (int32_t i = 0; i < kKeyBytes; i += 8) {

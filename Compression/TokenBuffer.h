@@ -20,6 +20,8 @@ using ThreeBytes = std::array<uint8_t, kMinMatchLength>;
 // A triple is three literals in the place of a match of three bytes.
 class Token {
  public:
+  // Of no value: the buffer's tokens are written before they are read.
+  // cppcheck-suppress uninitMemberVar
   Token() = default;
   static Token Literal(uint8_t byte) { return Token(byte); }
   static Token Triple(const ThreeBytes& bytes) {
