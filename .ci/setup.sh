@@ -1,4 +1,4 @@
-# Sourced by run, test and .ci/run: installs what a machine lacks, from Debian's packages.
+# Sourced by the scripts that build: installs what a machine lacks, from Debian's packages.
 
 # fail MESSAGE...: says why and ends.
 fail() {
@@ -21,6 +21,13 @@ need_build_tools() {
   [ -n "${CXX:-}" ] || need_command c++ g++
   need_command make make
   need_command cmake cmake
+}
+
+# need_clang_runtime: what clang links for its sanitizers and libFuzzer; Debian only recommends it.
+need_clang_runtime() {
+  command -v clang++ >/dev/null &&
+    compgen -G "$(clang++ -print-resource-dir)/lib/*/libclang_rt.fuzzer*" >/dev/null ||
+    missing+=(libclang-rt-dev)
 }
 
 # install_missing: all that was noted, in one go, as root or through sudo.
