@@ -1,6 +1,7 @@
 #include "Compression/HuffmanTree.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "Compression/BoundedSort.h"
 
@@ -48,7 +49,7 @@ void HuffmanTree::MergeAll() {
   // In ascending order the leaves are a heap already.
   for (int32_t i = 0; i < leafCount_; ++i) {
     const int32_t symbol = SymbolOf(leaves_[i]);
-    nodes_[i] = {kNone, kNone, kNone, symbol};
+    nodes_[i] = {kNone, kNone, kNone, static_cast<int16_t>(symbol)};
     heap_[i] = MakeRecord(leaves_[i] >> 32, static_cast<uint64_t>(symbol), i);
   }
   nodeCount_ = leafCount_;
@@ -58,8 +59,8 @@ void HuffmanTree::MergeAll() {
     const HeapRecord second = Pop();
     const int32_t joined = nodeCount_++;
     nodes_[joined] = {kNone, NodeOf(least), NodeOf(second), kNone};
-    nodes_[NodeOf(least)].parent = joined;
-    nodes_[NodeOf(second)].parent = joined;
+    nodes_[NodeOf(least)].parent = static_cast<int16_t>(joined);
+    nodes_[NodeOf(second)].parent = static_cast<int16_t>(joined);
     Push(MakeRecord(FrequencyOf(least) + FrequencyOf(second), kInnerTieKey, joined));
   }
   root_ = NodeOf(heap_[0]);
@@ -184,4 +185,17 @@ void HuffmanTree::SortedAgain() {
     }
     byLength_[place] = record;
   }
+}
+
+void HuffmanTree::DumpTree(int32_t node, int32_t depth) const {
+  if (node < 0) return;
+  DumpTree(nodes_[node].left, depth + 1);
+  for (int32_t i = 0; i < depth; ++i) std::fputs("    ", stdout);
+  if (nodes_[node].symbol >= 0) {
+    std::printf("Leaf %d\n", nodes_[node].symbol);
+  } else {
+    std::printf("Node %d\n", node);
+  }
+  std::fflush(stdout);
+  DumpTree(nodes_[node].right, depth + 1);
 }
