@@ -25,7 +25,8 @@ constexpr uint16_t ReverseBits(uint32_t code, int32_t length) {
 // code and gets 0. False: a length is above kMaxCodeLength, or the lengths ask for more codes than
 // there are; `codes` is then undefined. A set of lengths that leaves codes unused is fine.
 // Requires: symbolCount <= kLiteralLengthSymbols.
-[[nodiscard]] constexpr bool AssignCanonicalCodes(const uint8_t* lengths, int32_t symbolCount, uint16_t* codes) {
+[[nodiscard]] constexpr bool AssignCanonicalCodes(const uint8_t* lengths, int32_t symbolCount,
+                                                  uint16_t* codes) {
   std::array<uint32_t, kMaxCodeLength + 1> counts{};
   for (int32_t symbol = 0; symbol < symbolCount; ++symbol) {
     if (lengths[symbol] > kMaxCodeLength) return false;

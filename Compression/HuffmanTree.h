@@ -85,6 +85,6 @@ class HuffmanTree {
   std::array<Leaf, kMaxSymbols> leaves_;
   int32_t leafCount_ = 0;
   std::array<LeafLength, kMaxSymbols> byLength_;
-  std::array<HeapRecord, kMaxSymbols> heap_;
-  int32_t heapSize_ = 0;
+  std::array<HeapRecord, kMaxSymbols + 1> heap_;  // from 1 on: the children of i are 2i and 2i + 1
+  uint32_t heapSize_ = 0;
 };

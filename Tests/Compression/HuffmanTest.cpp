@@ -128,8 +128,21 @@ TEST(HuffmanCodeTable, FindsTheLengthsOfCodes) {
   }
 }
 TEST(BoundedSort, EndsTheProgramWhenItIsTooDeep) {
-  int numbers[] = {1, 2};
-  EXPECT_EXIT(BoundedSort(numbers, 0, 1, 257), testing::ExitedWithCode(1), "^$");
+  // The record in the middle, which becomes the pivot, is the largest in each pass.
+  std::vector<uint64_t> records;
+  while (records.size() < 257) {
+    records.push_back(records.size());
+    std::swap(records.back(), records[(records.size() - 1) / 2]);
+  }
+  std::vector<uint64_t> sorted = records;
+  BoundedSort<Order::kTotal>(sorted.data(), 0, 256, 0);
+  EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
+  records.push_back(257);
+  std::swap(records[257], records[128]);
+  EXPECT_EXIT(BoundedSort<Order::kTotal>(records.data(), 0, 257, 0), testing::ExitedWithCode(1),
+              "^$");
+  EXPECT_EXIT(BoundedSort<Order::kPartial>(records.data(), 0, 257, 0), testing::ExitedWithCode(1),
+              "^$");
 }
 
 TEST(HuffmanTree, IsDumpedLeftToRight) {
