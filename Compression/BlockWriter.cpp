@@ -12,15 +12,24 @@ constexpr int32_t kStoredSegmentHeaderBits = 2 * kStoredLengthBits;
 // The cost in bits of a literal that has no code: more than any match.
 constexpr int32_t kNotCodable = 65536;
 
+struct FixedTables {
+  HuffmanCodeTable literals;
+  HuffmanCodeTable distances;
+};
+
+constexpr FixedTables kFixed = [] {
+  FixedTables tables;
+  BuildFixedTables(tables.literals, tables.distances);
+  return tables;
+}();
+
 }  // namespace
 
-BlockWriter::BlockWriter(BitWriter& writer) : writer_(writer) {
-  BuildFixedTables(fixedLiterals_, fixedDistances_);
-}
+BlockWriter::Codes BlockWriter::FixedCodes() { return {kFixed.literals, kFixed.distances}; }
 
 bool BlockWriter::WriteBlock(TokenBuffer& tokens, FinalBlock final) {
   BuildCodes(tokens.Counts());
-  header_.Build(literals_, distances_);
+  header_.Build(literals_, distances_, tree_);
   const DeflateBlockType type = ChooseBlockType(tokens);
   ++blockCount_;
   if (!writer_.WriteBits(final == FinalBlock::kYes ? 1 : 0, kFinalBlockBits) ||
@@ -38,8 +47,8 @@ bool BlockWriter::WriteBlock(TokenBuffer& tokens, FinalBlock final) {
 }
 
 void BlockWriter::BuildCodes(const SymbolCounts& counts) {
-  literals_.BuildFromFrequencies(counts.literals.data(), kLiteralLengthSymbols, kMaxCodeLength);
-  distances_.BuildFromFrequencies(counts.distances.data(), kDistanceSymbols, kMaxCodeLength);
+  literals_.BuildFromFrequencies(counts.literals.data(), kLiteralLengthSymbols, kMaxCodeLength, tree_);
+  distances_.BuildFromFrequencies(counts.distances.data(), kDistanceSymbols, kMaxCodeLength, tree_);
 }
 
 // Compares sizes in bits. The block's three header bits and the end-of-block code are counted in
@@ -106,7 +115,7 @@ bool BlockWriter::WriteDynamicBlock(TokenBuffer& tokens) {
     BuildCodes(tokens.Counts());
     isChanged = true;
   }
-  if (isChanged) header_.Build(literals_, distances_);
+  if (isChanged) header_.Build(literals_, distances_, tree_);
   return header_.Write(writer_) && WriteTokens(tokens, codes);
 }
 

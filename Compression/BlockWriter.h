@@ -16,7 +16,7 @@ enum class FinalBlock { kNo, kYes };
 class BlockWriter {
  public:
   // Writes through `writer`, which must outlive this object.
-  explicit BlockWriter(BitWriter& writer);
+  explicit BlockWriter(BitWriter& writer) : writer_(writer) {}
 
   // The next block's first byte stands at `position` of `window`, whose bytes before it are copied.
   void BeginBlock(const uint8_t* window, int32_t position) {
@@ -49,16 +49,15 @@ class BlockWriter {
   [[nodiscard]] bool WriteTokens(const TokenBuffer& tokens, const Codes& codes);
   [[nodiscard]] bool WriteStoredBlock(const TokenBuffer& tokens);
 
-  Codes FixedCodes() const { return {fixedLiterals_, fixedDistances_}; }
+  static Codes FixedCodes();
   Codes DynamicCodes() const { return {literals_, distances_}; }
 
   BitWriter& writer_;
-  BlockReplay replay_;
-  HuffmanCodeTable fixedLiterals_;
-  HuffmanCodeTable fixedDistances_;
+  uint64_t blockCount_ = 0;
+  uint64_t headerBits_ = 0;
   HuffmanCodeTable literals_;
   HuffmanCodeTable distances_;
   DynamicHeader header_;
-  uint64_t blockCount_ = 0;
-  uint64_t headerBits_ = 0;
+  HuffmanTree tree_;
+  BlockReplay replay_;  // last: it is large, and one block needs nothing of it
 };

@@ -47,28 +47,33 @@ CpuFeatures AskProcessor() { return {}; }
 
 #endif
 
-// Asked once, when it is first called.
-CpuFeatures& Usable() {
-  static CpuFeatures usable = AskProcessor();
-  return usable;
-}
+// Of workSoFar: the processor has been asked.
+constexpr std::size_t kAsked = SIZE_MAX;
 
-constexpr CpuFeatures kNone;
-std::atomic<std::size_t> workSoFar = 0;
+// Constant at first: a guarded static would bring the C++ library's exceptions into the program,
+// whose start-up takes 72 KiB of memory.
+constinit std::atomic<CpuFeatures> usable = CpuFeatures{};
+constinit std::atomic<std::size_t> workSoFar = 0;
 
 }  // namespace
 
-const CpuFeatures& CpuFeatures::For(std::size_t size) {
-  const std::size_t before = workSoFar.load(std::memory_order_relaxed);
-  if (before >= kWorkThatRepays) return Usable();
-  workSoFar.store(before + size, std::memory_order_relaxed);
-  return kNone;
+CpuFeatures CpuFeatures::For(std::size_t size) {
+  const std::size_t before = workSoFar.load(std::memory_order_acquire);
+  if (before == kAsked) return usable.load(std::memory_order_relaxed);
+  if (before < kWorkThatRepays) {
+    workSoFar.store(before + size, std::memory_order_relaxed);
+    return {};
+  }
+  const CpuFeatures present = AskProcessor();
+  usable.store(present, std::memory_order_relaxed);
+  workSoFar.store(kAsked, std::memory_order_release);
+  return present;
 }
 
 void CpuFeatures::Limit(const CpuFeatures& most) {
   const CpuFeatures present = AskProcessor();
-  Usable() = {present.hasAvx2 && most.hasAvx2, present.hasBmi2 && most.hasBmi2,
-              present.hasCarrylessMultiply && most.hasCarrylessMultiply,
-              present.hasWideCarrylessMultiply && most.hasWideCarrylessMultiply};
-  workSoFar.store(kWorkThatRepays, std::memory_order_relaxed);
+  usable = {present.hasAvx2 && most.hasAvx2, present.hasBmi2 && most.hasBmi2,
+            present.hasCarrylessMultiply && most.hasCarrylessMultiply,
+            present.hasWideCarrylessMultiply && most.hasWideCarrylessMultiply};
+  workSoFar = kAsked;
 }

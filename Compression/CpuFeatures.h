@@ -12,7 +12,7 @@ struct CpuFeatures {
   // What may be used in work on `size` bytes. To ask the processor takes microseconds in a virtual
   // machine, so that is done once, and not before there has been work enough to repay it: up to
   // then there are no features.
-  static const CpuFeatures& For(std::size_t size);
+  static CpuFeatures For(std::size_t size);
 
   // For tests of the other forms: asks at once, and from then on leaves out what `most` has not.
   static void Limit(const CpuFeatures& most);

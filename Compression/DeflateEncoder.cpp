@@ -50,7 +50,15 @@ bool DeflateEncoder::ResetFinder(int32_t bytesRead) {
 bool DeflateEncoder::Parse(int32_t& count, int32_t reserve) {
   int32_t done = 0;
   while (done < count) {
-    done += Step(count - done + reserve);
+    const int32_t lookahead = count - done + reserve;
+    if (IsLazy() && !pending_.isPending && lookahead >= LongestMatchFinder::kLongKey &&
+        longestFinder_.IsNew(window_)) {
+      tokens_.AppendLiteral(*window_.Here());
+      window_.Advance(1);
+      ++done;
+    } else {
+      done += Step(lookahead);
+    }
     if (tokens_.IsFull() && !FlushBlock(FinalBlock::kNo)) return false;
   }
   count = done;

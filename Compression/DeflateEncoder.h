@@ -62,12 +62,14 @@ class DeflateEncoder {
 
   Core::Stream* source_ = nullptr;
   int32_t level_ = kBestLevel;
-  BitWriter writer_;
-  DeflateWindow window_;
-  LongestMatchFinder longestFinder_;          // of a lazy parser
-  std::unique_ptr<MatchFinder> plainFinder_;  // of any other
-  TokenBuffer tokens_;
   PendingMatch pending_{};
-  BlockWriter blocks_{writer_};
   uint64_t bytesRead_ = 0;
+  std::unique_ptr<MatchFinder> plainFinder_;  // of a parser that is not lazy
+
+  // In this order, what little data touches lies on few pages.
+  BitWriter writer_;
+  BlockWriter blocks_{writer_};
+  TokenBuffer tokens_;
+  DeflateWindow window_;
+  LongestMatchFinder longestFinder_;  // of a lazy parser
 };

@@ -31,10 +31,11 @@ int32_t DeclaredCount(const HuffmanCodeTable& code, int32_t all, int32_t least) 
 
 }  // namespace
 
-void DynamicHeader::Build(const HuffmanCodeTable& literals, const HuffmanCodeTable& distances) {
+void DynamicHeader::Build(const HuffmanCodeTable& literals, const HuffmanCodeTable& distances,
+                          HuffmanTree& tree) {
   GatherLengths(literals, distances);
   EncodeRuns();
-  BuildCode();
+  BuildCode(tree);
 }
 
 void DynamicHeader::GatherLengths(const HuffmanCodeTable& literals,
@@ -96,7 +97,7 @@ void DynamicHeader::AddRecord(int32_t symbol, int32_t extra) {
   records_[recordCount_++] = {static_cast<uint8_t>(symbol), static_cast<uint8_t>(extra)};
 }
 
-void DynamicHeader::BuildCode() {
+void DynamicHeader::BuildCode(HuffmanTree& tree) {
   std::array<uint32_t, kCodeLengthSymbols> frequencies{};
   for (int32_t i = 0; i < recordCount_; ++i) ++frequencies[records_[i].symbol];
   // Deliberate: judged by the frequencies, not by the lengths. They differ when one symbol does all
@@ -106,7 +107,7 @@ void DynamicHeader::BuildCode() {
          frequencies[kCodeLengthOrder[orderedCount_ - 1]] == 0) {
     --orderedCount_;
   }
-  code_.BuildFromFrequencies(frequencies.data(), kCodeLengthSymbols, kMaxCodeLengthCodeLength);
+  code_.BuildFromFrequencies(frequencies.data(), kCodeLengthSymbols, kMaxCodeLengthCodeLength, tree);
 }
 
 int32_t DynamicHeader::SizeInBits() const {

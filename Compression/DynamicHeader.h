@@ -11,8 +11,9 @@
 
 class DynamicHeader {
  public:
-  // Makes the header that declares these two codes.
-  void Build(const HuffmanCodeTable& literals, const HuffmanCodeTable& distances);
+  // Makes the header that declares these two codes; `tree` is worked with.
+  void Build(const HuffmanCodeTable& literals, const HuffmanCodeTable& distances,
+             HuffmanTree& tree);
 
   // Its estimated size in bits, with the block's own three header bits left out.
   int32_t SizeInBits() const;
@@ -34,7 +35,7 @@ class DynamicHeader {
   void RepeatLength(uint8_t length, int32_t count);
   void RepeatZero(int32_t count);
   void AddRecord(int32_t symbol, int32_t extra);
-  void BuildCode();
+  void BuildCode(HuffmanTree& tree);
 
   int32_t literalCount_ = 0;                  // HLIT: literal/length lengths declared
   int32_t distanceCount_ = 0;                 // HDIST: distance lengths declared

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 
+#include "Compression/CanonicalCode.h"
 #include "Compression/HuffmanTree.h"
 
 // A symbol's bits as the bit writer wants them: the code's first bit is bit 0.
@@ -16,26 +17,34 @@ struct HuffmanCode {
 class HuffmanCodeTable {
  public:
   // Makes the code of `symbolCount` symbols of these frequencies, no longer than `maxLength` bits.
-  // Which symbols get a code, and the limits of the arguments: HuffmanTree::Build.
-  void BuildFromFrequencies(const uint32_t* frequencies, int32_t symbolCount, int32_t maxLength);
+  // Which symbols get a code, and the limits of the arguments: HuffmanTree::Build. It is done with
+  // `tree`, which holds the tree afterwards and may serve many tables.
+  void BuildFromFrequencies(const uint32_t* frequencies, int32_t symbolCount, int32_t maxLength,
+                            HuffmanTree& tree);
 
   // Makes the canonical code of the given lengths. False: a length above 15, or more codes than
   // there are bit patterns. Requires: symbolCount <= HuffmanTree::kMaxSymbols.
-  [[nodiscard]] bool AssignCanonicalCodes(const uint8_t* lengths, int32_t symbolCount);
+  [[nodiscard]] constexpr bool AssignCanonicalCodes(const uint8_t* lengths, int32_t symbolCount) {
+    uint16_t bits[HuffmanTree::kMaxSymbols] = {};
+    if (!::AssignCanonicalCodes(lengths, symbolCount, bits)) return false;
+    for (int32_t symbol = 0; symbol < symbolCount; ++symbol) {
+      codes_[symbol] = {bits[symbol], lengths[symbol]};
+    }
+    return true;
+  }
 
   const HuffmanCode& operator[](int32_t symbol) const { return codes_[symbol]; }
   int32_t LengthOf(int32_t symbol) const { return codes_[symbol].length; }
 
-  // Prints the tree of the last BuildFromFrequencies below `node` to standard output, a line a
-  // node, left to right and indented by `depth` and more; a debugging aid. A negative node prints
-  // nothing.
-  void DumpTree(int32_t node, int32_t depth) const;
-  int32_t Root() const { return tree_.Root(); }
-
  private:
   std::array<HuffmanCode, HuffmanTree::kMaxSymbols> codes_{};
-  HuffmanTree tree_;
 };
 
 // The two codes of a fixed block (RFC 1951, section 3.2.6).
-void BuildFixedTables(HuffmanCodeTable& literals, HuffmanCodeTable& distances);
+constexpr void BuildFixedTables(HuffmanCodeTable& literals, HuffmanCodeTable& distances) {
+  // Cannot fail: the published lengths fill the code space exactly.
+  static_cast<void>(literals.AssignCanonicalCodes(
+      kFixedLiteralLengths.data(), static_cast<int32_t>(kFixedLiteralLengths.size())));
+  static_cast<void>(distances.AssignCanonicalCodes(
+      kFixedDistanceLengths.data(), static_cast<int32_t>(kFixedDistanceLengths.size())));
+}

@@ -1,6 +1,7 @@
 #include "Compression/HuffmanTree.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "Compression/BoundedSort.h"
 
@@ -32,78 +33,58 @@ void HuffmanTree::TakeLeaves(const uint32_t* frequencies, int32_t symbolCount) {
   }
 }
 
-// No two leaves are equal, so any sort gives this order. But BoundedSort, which is slower, ends the
-// process for some orders of many leaves. Each of its passes takes one record away at least and
-// needs two, so it cannot get too deep with kMaxSortDepth + 1 of them.
-void HuffmanTree::SortLeaves() {
-  if (leafCount_ > kMaxSortDepth + 1) {
-    BoundedSort(leaves_.data(), 0, leafCount_ - 1, 0);
-  } else {
-    std::sort(leaves_.begin(), leaves_.begin() + leafCount_);
-  }
-}
+void HuffmanTree::SortLeaves() { BoundedSort<Order::kTotal>(leaves_.data(), 0, leafCount_ - 1, 0); }
 
 // Joins the two least frequent nodes until one is left, the root.
 void HuffmanTree::MergeAll() {
   // In ascending order the leaves are a heap already.
   for (int32_t i = 0; i < leafCount_; ++i) {
     const int32_t symbol = SymbolOf(leaves_[i]);
-    nodes_[i] = {kNone, kNone, kNone, symbol};
-    heap_[i] = MakeRecord(leaves_[i] >> 32, static_cast<uint64_t>(symbol), i);
+    nodes_[i] = {kNone, kNone, kNone, static_cast<int16_t>(symbol)};
+    heap_[i + 1] = MakeRecord(leaves_[i] >> 32, static_cast<uint64_t>(symbol), i);
   }
   nodeCount_ = leafCount_;
-  heapSize_ = leafCount_;
+  heapSize_ = static_cast<uint32_t>(leafCount_);
   while (heapSize_ > 1) {
     const HeapRecord least = Pop();
     const HeapRecord second = Pop();
     const int32_t joined = nodeCount_++;
     nodes_[joined] = {kNone, NodeOf(least), NodeOf(second), kNone};
-    nodes_[NodeOf(least)].parent = joined;
-    nodes_[NodeOf(second)].parent = joined;
+    nodes_[NodeOf(least)].parent = static_cast<int16_t>(joined);
+    nodes_[NodeOf(second)].parent = static_cast<int16_t>(joined);
     Push(MakeRecord(FrequencyOf(least) + FrequencyOf(second), kInnerTieKey, joined));
   }
-  root_ = NodeOf(heap_[0]);
+  root_ = NodeOf(heap_[1]);
 }
 
 // Deliberate, here and in Pop: two inner nodes of one frequency compare equal, so a record moves
 // only past one that is strictly greater, and of two equal children the left one is taken. Other
 // choices give other trees.
 void HuffmanTree::Push(HeapRecord record) {
-  int32_t place = heapSize_++;
-  while (place > 0 && IsLess(record, heap_[(place - 1) / 2])) {
-    heap_[place] = heap_[(place - 1) / 2];
-    place = (place - 1) / 2;
-  }
-  heap_[place] = record;
+  uint32_t hole = ++heapSize_;
+  for (; hole > 1 && IsLess(record, heap_[hole / 2]); hole /= 2) heap_[hole] = heap_[hole / 2];
+  heap_[hole] = record;
 }
 
 HuffmanTree::HeapRecord HuffmanTree::Pop() {
-  const HeapRecord least = heap_[0];
-  const HeapRecord moved = heap_[--heapSize_];
+  const HeapRecord least = heap_[1];
+  const HeapRecord moved = heap_[heapSize_--];
   // The hole goes down to a leaf and the moved record up from there: it came from the bottom, so
   // that is the shorter way. Records do not descend along the path, so it comes to stand where it
   // would on the way down: behind the last one that is less.
-  HeapRecord* const heap = heap_.data();
-  const uint32_t size = static_cast<uint32_t>(heapSize_);
-  uint32_t place = 0;
-  uint32_t child = 1;
-  while (child + 1 < size) {
-    const HeapRecord left = heap[child];
-    const HeapRecord right = heap[child + 1];
-    const bool isRight = IsLess(right, left);
-    heap[place] = isRight ? right : left;
-    place = child + isRight;
-    child = 2 * place + 1;
+  uint32_t hole = 1;
+  uint32_t child = 2;
+  for (; child < heapSize_; child = 2 * hole) {
+    child += IsLess(heap_[child + 1], heap_[child]);  // at random: no branch
+    heap_[hole] = heap_[child];
+    hole = child;
   }
-  if (child < size) {
-    heap[place] = heap[child];
-    place = child;
+  if (child == heapSize_) {
+    heap_[hole] = heap_[child];
+    hole = child;
   }
-  while (place > 0 && !IsLess(heap[(place - 1) / 2], moved)) {
-    heap[place] = heap[(place - 1) / 2];
-    place = (place - 1) / 2;
-  }
-  heap[place] = moved;
+  for (; hole > 1 && !IsLess(heap_[hole / 2], moved); hole /= 2) heap_[hole] = heap_[hole / 2];
+  heap_[hole] = moved;
   return least;
 }
 
@@ -124,7 +105,7 @@ void HuffmanTree::LimitLengths(int32_t maxLength) {
   const bool isWithin = std::none_of(byLength_.begin(), byLength_.begin() + leafCount_,
                                      [=](const LeafLength& r) { return r.length > maxLength; });
   if (isWithin) return;
-  BoundedSort(byLength_.data(), 0, leafCount_ - 1, 0);
+  BoundedSort<Order::kPartial>(byLength_.data(), 0, leafCount_ - 1, 0);
   const int32_t last = leafCount_ - 1;
   while (byLength_[last].length > maxLength) {
     LeafLength& x = byLength_[last];
@@ -184,4 +165,17 @@ void HuffmanTree::SortedAgain() {
     }
     byLength_[place] = record;
   }
+}
+
+void HuffmanTree::DumpTree(int32_t node, int32_t depth) const {
+  if (node < 0) return;
+  DumpTree(nodes_[node].left, depth + 1);
+  for (int32_t i = 0; i < depth; ++i) std::fputs("    ", stdout);
+  if (nodes_[node].symbol >= 0) {
+    std::printf("Leaf %d\n", nodes_[node].symbol);
+  } else {
+    std::printf("Node %d\n", node);
+  }
+  std::fflush(stdout);
+  DumpTree(nodes_[node].right, depth + 1);
 }

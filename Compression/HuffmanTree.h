@@ -12,13 +12,13 @@
 class HuffmanTree {
  public:
   static constexpr int32_t kMaxSymbols = kLiteralLengthSymbols;  // the largest alphabet of deflate
-  static constexpr int32_t kNone = -1;
+  static constexpr int16_t kNone = -1;
 
   struct Node {
-    int32_t parent;
-    int32_t left;
-    int32_t right;
-    int32_t symbol;  // kNone: an inner node
+    int16_t parent;
+    int16_t left;
+    int16_t right;
+    int16_t symbol;  // kNone: an inner node
   };
 
   // Builds the tree for the symbols with a frequency, of `symbolCount` in all, and stores the code
@@ -31,6 +31,10 @@ class HuffmanTree {
 
   int32_t Root() const { return root_; }
   const Node& operator[](int32_t index) const { return nodes_[index]; }
+
+  // Prints the tree below `node` to standard output, a line a node, left to right and indented by
+  // `depth` and more; a debugging aid. A negative node prints nothing.
+  void DumpTree(int32_t node, int32_t depth) const;
 
  private:
   // The frequency above the symbol, so that leaves are ordered by frequency, then by symbol.
@@ -56,8 +60,8 @@ class HuffmanTree {
   static constexpr uint64_t kInnerTieKey = 1 << (kTieBits - 1);
   static_assert(kMaxSymbols < 1 << (kTieBits - 1) && 2 * kMaxSymbols <= 1 << kNodeBits);
   static bool IsLess(HeapRecord a, HeapRecord b) { return a >> kNodeBits < b >> kNodeBits; }
-  static int32_t NodeOf(HeapRecord record) {
-    return static_cast<int32_t>(record & ((1 << kNodeBits) - 1));
+  static int16_t NodeOf(HeapRecord record) {
+    return static_cast<int16_t>(record & ((1 << kNodeBits) - 1));
   }
   static uint64_t FrequencyOf(HeapRecord record) { return record >> (kNodeBits + kTieBits); }
   static HeapRecord MakeRecord(uint64_t frequency, uint64_t tieKey, int32_t node) {
@@ -81,6 +85,6 @@ class HuffmanTree {
   std::array<Leaf, kMaxSymbols> leaves_;
   int32_t leafCount_ = 0;
   std::array<LeafLength, kMaxSymbols> byLength_;
-  std::array<HeapRecord, kMaxSymbols> heap_;
-  int32_t heapSize_ = 0;
+  std::array<HeapRecord, kMaxSymbols + 1> heap_;  // from 1 on: the children of i are 2i and 2i + 1
+  uint32_t heapSize_ = 0;
 };

@@ -10,7 +10,7 @@ using MatchWalk::CommonLength;
 
 void LongestMatchFinder::Reset(int32_t bytesRead) {
   const auto width = std::bit_width(static_cast<uint32_t>(bytesRead));
-  hashBits_ = std::max(static_cast<int32_t>(width) + 1, kMinHashBits);
+  hashBits_ = std::max(static_cast<int32_t>(width), kMinHashBits);
   threes_.Reset(hashBits_, 0);
   fours_.Reset(hashBits_, 0);
 }

@@ -2,6 +2,7 @@
 // place: what the plain walk along three-byte chains finds, found with fewer looks.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 
@@ -15,6 +16,8 @@
 // that walk is made.
 class LongestMatchFinder {
  public:
+  static constexpr int32_t kLongKey = 4;  // from here on, a match is looked for by FindLong
+
   // To be called first, with the number of bytes read first, which chooses the size of the tables.
   void Reset(int32_t bytesRead);
 
@@ -28,12 +31,18 @@ class LongestMatchFinder {
   bool FindMatch(const DeflateWindow& window, int32_t maxDistance, int32_t maxLength,
                  int32_t atLeast, Match& match);
 
+  // Whether no earlier place in reach can match at the window's position: a quick no to most bytes
+  // of what hardly repeats. Requires: kLongKey bytes of linked data there.
+  bool IsNew(const DeflateWindow& window) const {
+    const uint32_t place = base_ + static_cast<uint32_t>(window.Position());
+    return threes_.Next(place, 0) > std::min(window.Position(), DeflateWindow::kHistoryBytes);
+  }
+
   // The window has moved down by `shift`.
   void Slide(int32_t shift) { base_ += static_cast<uint32_t>(shift); }
 
  private:
   static constexpr int32_t kMinHashBits = 8;
-  static constexpr int32_t kLongKey = 4;  // from here on, a match is looked for by FindLong
 
   struct DeepChains {
     KeyChain<8> eights;

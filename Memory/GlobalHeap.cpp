@@ -23,7 +23,8 @@ struct ProcessHeap {
   Heap heap;
 };
 
-ProcessHeap process;
+// Laid out by the compiler: to write it at the start would touch every page of its tables.
+constinit ProcessHeap process;
 
 // 16, or for smaller sizes the largest power of two within: an object's alignment divides its size.
 std::size_t DefaultAlignment(std::size_t size) {

@@ -23,8 +23,6 @@ bool IsServable(uint64_t size, uint64_t alignment) {
 
 }  // namespace
 
-Heap::Heap(const SegmentMapper& mapper) : freeLists_(stats_), segments_(mapper) {}
-
 void* Heap::AllocBlock(uint64_t size, uint64_t alignment) {
   const MutexLock lock(mutex_);
   return AllocBlockUnlocked(size, alignment);

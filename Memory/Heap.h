@@ -21,7 +21,8 @@ class Heap {
   static constexpr uint64_t kMaxSize = 0xFFFFFFFFFFF00000;
   static constexpr uint64_t kMaxAlignment = 0x100000;
 
-  explicit Heap(const SegmentMapper& mapper = kSystemMapper);
+  explicit constexpr Heap(const SegmentMapper& mapper = kSystemMapper)
+      : freeLists_(stats_), segments_(mapper) {}
 
   // A block of at least `size` bytes (0 counts as 8), aligned to `alignment` and at least to 8.
   // Null: above kMaxSize or kMaxAlignment, no memory, or 256 segments and no fit.

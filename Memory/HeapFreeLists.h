@@ -28,7 +28,7 @@ class HeapFreeLists {
   };
 
   // Keeps `freeBlocks` and `freeSize` of `stats`, which outlives this object.
-  explicit HeapFreeLists(HeapStats& stats) : stats_(stats) {}
+  explicit constexpr HeapFreeLists(HeapStats& stats) : stats_(stats) {}
 
   // Adds a free block to the bucket of its size: in front if it lies below the head, else at the
   // end. A block without room for links is passed over, by Unlink as well.
@@ -51,6 +51,6 @@ class HeapFreeLists {
   static uint64_t Bit(int bucket) { return uint64_t{1} << bucket % kBitsPerWord; }
 
   HeapStats& stats_;
-  std::array<Bucket, kBucketCount> buckets_;
   std::array<uint64_t, kBitmapWords> bitmap_{};
+  std::array<Bucket, kBucketCount> buckets_;
 };

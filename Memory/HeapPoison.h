@@ -28,7 +28,7 @@
 template <typename T>
 class HeapWord {
  public:
-  [[gnu::no_sanitize_address]] HeapWord(T value) : value_(value) {}
+  [[gnu::no_sanitize_address]] constexpr HeapWord(T value) : value_(value) {}
   [[gnu::no_sanitize_address]] HeapWord(const HeapWord& other) : value_(other.value_) {}
   [[gnu::no_sanitize_address]] HeapWord& operator=(const HeapWord& other) {
     value_ = other.value_;

@@ -17,6 +17,8 @@ uint64_t RoundUpToGranule(uint64_t length) {
   return (length + granule - 1) / granule * granule;
 }
 
+}  // namespace
+
 // Deliberate: heap memory is executable as well as writable. The tool runs no code from it; callers
 // of the general-purpose heap may.
 void* MapPages(std::size_t length) {
@@ -26,10 +28,6 @@ void* MapPages(std::size_t length) {
 }
 
 void UnmapPages(void* base, std::size_t length) { munmap(base, length); }
-
-}  // namespace
-
-constinit const SegmentMapper kSystemMapper = {MapPages, UnmapPages};
 
 void PreferLargePages(void* base, uint64_t length) {
 #ifdef MADV_HUGEPAGE

@@ -15,7 +15,9 @@ struct SegmentMapper {
 };
 
 // Private anonymous mappings.
-extern const SegmentMapper kSystemMapper;
+void* MapPages(std::size_t length);
+void UnmapPages(void* base, std::size_t length);
+inline constexpr SegmentMapper kSystemMapper = {MapPages, UnmapPages};
 
 // Tells the system that `length` bytes at `base`, part of a segment, will be used as a whole, so
 // that it may take its large pages for them: one fault instead of 512. No more than a hint.
@@ -38,7 +40,7 @@ class HeapSegments {
     uintptr_t upper;
   };
 
-  explicit HeapSegments(const SegmentMapper& mapper) : mapper_(mapper) {}
+  explicit constexpr HeapSegments(const SegmentMapper& mapper) : mapper_(mapper) {}
   ~HeapSegments();
   HeapSegments(const HeapSegments&) = delete;
   HeapSegments& operator=(const HeapSegments&) = delete;
@@ -62,6 +64,6 @@ class HeapSegments {
   void Remove(int index);
 
   SegmentMapper mapper_;
-  std::array<Segment, kMaxSegments> table_;
   int32_t count_ = 0;
+  std::array<Segment, kMaxSegments> table_;
 };

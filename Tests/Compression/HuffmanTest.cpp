@@ -118,25 +118,40 @@ TEST(HuffmanCodeTable, FindsTheLengthsOfCodes) {
        {4, 5, 5, 5, 5, 4, 3, 3, 3, 3, 2}},
   };
   for (const auto& row : rows) {
+    HuffmanTree tree;
     HuffmanCodeTable table;
     const int32_t count = static_cast<int32_t>(row.frequencies.size());
-    table.BuildFromFrequencies(row.frequencies.data(), count, row.limit);
+    table.BuildFromFrequencies(row.frequencies.data(), count, row.limit, tree);
     Numbers lengths;
     for (int32_t i = 0; i < count; ++i) lengths.push_back(table.LengthOf(i));
     EXPECT_EQ(lengths, row.lengths) << row.name;
   }
 }
 TEST(BoundedSort, EndsTheProgramWhenItIsTooDeep) {
-  int numbers[] = {1, 2};
-  EXPECT_EXIT(BoundedSort(numbers, 0, 1, 257), testing::ExitedWithCode(1), "^$");
+  // The record in the middle, which becomes the pivot, is the largest in each pass.
+  std::vector<uint64_t> records;
+  while (records.size() < 257) {
+    records.push_back(records.size());
+    std::swap(records.back(), records[(records.size() - 1) / 2]);
+  }
+  std::vector<uint64_t> sorted = records;
+  BoundedSort<Order::kTotal>(sorted.data(), 0, 256, 0);
+  EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
+  records.push_back(257);
+  std::swap(records[257], records[128]);
+  EXPECT_EXIT(BoundedSort<Order::kTotal>(records.data(), 0, 257, 0), testing::ExitedWithCode(1),
+              "^$");
+  EXPECT_EXIT(BoundedSort<Order::kPartial>(records.data(), 0, 257, 0), testing::ExitedWithCode(1),
+              "^$");
 }
 
-TEST(HuffmanCodeTable, DumpsItsTreeLeftToRight) {
-  HuffmanCodeTable table;
-  table.BuildFromFrequencies(Numbers{4, 1, 2}.data(), 3, 15);
+TEST(HuffmanTree, IsDumpedLeftToRight) {
+  HuffmanTree tree;
+  uint8_t lengths[3];
+  tree.Build(Numbers{4, 1, 2}.data(), 3, 15, lengths);
   testing::internal::CaptureStdout();
-  table.DumpTree(table.Root(), 0);
-  table.DumpTree(-1, 0);
+  tree.DumpTree(tree.Root(), 0);
+  tree.DumpTree(-1, 0);
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "        Leaf 1\n    Node 3\n        Leaf 2\nNode 4\n    Leaf 0\n");
 }
