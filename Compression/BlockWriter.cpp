@@ -47,7 +47,8 @@ bool BlockWriter::WriteBlock(TokenBuffer& tokens, FinalBlock final) {
 }
 
 void BlockWriter::BuildCodes(const SymbolCounts& counts) {
-  literals_.BuildFromFrequencies(counts.literals.data(), kLiteralLengthSymbols, kMaxCodeLength, tree_);
+  literals_.BuildFromFrequencies(counts.literals.data(), kLiteralLengthSymbols, kMaxCodeLength,
+                                 tree_);
   distances_.BuildFromFrequencies(counts.distances.data(), kDistanceSymbols, kMaxCodeLength, tree_);
 }
 

@@ -107,7 +107,8 @@ void DynamicHeader::BuildCode(HuffmanTree& tree) {
          frequencies[kCodeLengthOrder[orderedCount_ - 1]] == 0) {
     --orderedCount_;
   }
-  code_.BuildFromFrequencies(frequencies.data(), kCodeLengthSymbols, kMaxCodeLengthCodeLength, tree);
+  code_.BuildFromFrequencies(frequencies.data(), kCodeLengthSymbols, kMaxCodeLengthCodeLength,
+                             tree);
 }
 
 int32_t DynamicHeader::SizeInBits() const {
