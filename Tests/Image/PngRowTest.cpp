@@ -28,7 +28,7 @@ TEST(PngUnfilter, RestoresRowsAsThePlainLoopDoes) {
   for (int round = 0; round < 20000; ++round) {
     const int unit = std::vector{1, 2, 3, 4, 6, 8}[round % 6], filter = round / 6 % 5;
     const int length = unit * static_cast<int>(1 + random() % 40);
-    const bool hasPrevious = round % 7 > 0, isNarrow = round % 2 == 0;  // ties are frequent
+    const bool hasPrevious = round % 7 > 0, isNarrow = random() % 2 == 0;  // ties are frequent
     Bytes row(length), previous(length);
     for (Bytes* bytes : {&row, &previous}) {
       for (uint8_t& byte : *bytes) byte = static_cast<uint8_t>(isNarrow ? random() % 5 : random());
