@@ -119,13 +119,15 @@ TEST(LongestMatchFinder, AgreesWithThePlainWalk) {
     }
   }
   for (const int longest : {2, 9, 70}) {
-    TestAgreement(PixelRunsOf(36000, longest, longest), 2);
+    TestAgreement(PixelRunsOf(80000, longest, longest), 2);
     ASSERT_FALSE(HasFatalFailure()) << longest;
   }
-  // Dense enough for chains of long keys.
-  Bytes bits = MakeData(DataKind::kNoise, 70000, 3);
-  for (uint8_t& byte : bits) byte &= 1;
-  TestAgreement(bits, 3);
+  // Dense enough for chains of long keys, then for longer than they are kept not, and again.
+  Bytes data = MakeData(DataKind::kNoise, 730000, 3);
+  for (std::size_t i = 0; i < data.size(); ++i) {
+    if (i < 70000 || i > 620000) data[i] &= 3;
+  }
+  TestAgreement(data, 3);
 }
 
 }  // namespace
