@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
-#if defined(__x86_64__)
+#if defined(__SSE2__)
 #include <cpuid.h>
 #endif
 
@@ -12,7 +12,7 @@ namespace {
 // A CRC-32 of so much by its table takes some ten times as long as the question.
 constexpr std::size_t kWorkThatRepays = 65536;
 
-#if defined(__x86_64__)
+#if defined(__SSE2__)
 
 // What the operating system saves: bits 1 and 2 are the registers of AVX.
 bool SavesAvxRegisters() {

@@ -5,7 +5,7 @@
 #include "Compression/CpuFeatures.h"
 #include "Core/Endian.h"
 
-#if defined(__x86_64__)
+#if defined(__SSE2__)
 #include <immintrin.h>
 #endif
 
@@ -57,7 +57,7 @@ uint32_t ByTables(const uint8_t* data, std::size_t length, uint32_t remainder) {
   return remainder;
 }
 
-#if defined(__x86_64__)
+#if defined(__SSE2__)
 
 // Folding: 16 bytes are 128 bits of a polynomial, and with d bits behind them they may be replaced
 // by anything that has the same remainder, added to what stands there:

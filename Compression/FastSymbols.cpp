@@ -114,7 +114,7 @@ void DecodePlain(const HuffmanTable& lengths, const HuffmanTable& distances, Bit
   Decode(lengths, distances, cursor, window, budget);
 }
 
-#if defined(__x86_64__)
+#if defined(__SSE2__)
 // With shifts whose counts stand in any register; some 4 % faster on pictures.
 __attribute__((target("bmi,bmi2"))) void DecodeByBmi2(const HuffmanTable& lengths,
                                                       const HuffmanTable& distances,
