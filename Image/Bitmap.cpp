@@ -31,15 +31,14 @@ Bitmap& Bitmap::operator=(const Bitmap& other) {
 }
 
 bool Bitmap::Resize(int32_t width, int32_t height) {
-  if (width < 0 || height < 0) return false;
-  const int64_t count = int64_t{width} * height;
+  int32_t count = 0;
+  if (!CountPixels(width, height, count)) return false;
   if (count == 0) {
     rows_.Free();
     pixels_.Free();
   }
   Array<Pixel> resized;
-  if (count > std::numeric_limits<int32_t>::max() ||
-      !resized.SetSize(static_cast<int32_t>(count))) {
+  if (!resized.SetSize(count)) {
     Clear();
     return false;
   }
@@ -57,9 +56,9 @@ bool Bitmap::Resize(int32_t width, int32_t height) {
 }
 
 bool Bitmap::ResizeForOverwrite(int32_t width, int32_t height) {
-  const int64_t count = int64_t{width} * height;
-  if (count > std::numeric_limits<int32_t>::max() ||
-      !pixels_.SetSize(static_cast<int32_t>(count))) {
+  int32_t count = 0;
+  if (!CountPixels(width, height, count)) return false;
+  if (!pixels_.SetSize(count)) {
     Clear();
     return false;
   }
@@ -80,6 +79,19 @@ void Bitmap::SetAlpha(int32_t alpha) {
 bool Bitmap::HasTransparency() const {
   return std::any_of(pixels_.begin(), pixels_.end(),
                      [](Pixel pixel) { return AlphaOf(pixel) != 255; });
+}
+
+// Reports how many pixels there are in a bitmap of that size. False: a size that is refused; too
+// large a one leaves 0 x 0.
+bool Bitmap::CountPixels(int32_t width, int32_t height, int32_t& count) {
+  if (width < 0 || height < 0) return false;
+  const int64_t pixels = int64_t{width} * height;
+  if (pixels > std::numeric_limits<int32_t>::max()) {
+    Clear();
+    return false;
+  }
+  count = static_cast<int32_t>(pixels);
+  return true;
 }
 
 // Builds the table anew for the pixels that stand now. False: no memory; the bitmap is 0 x 0.

@@ -48,6 +48,7 @@ class Bitmap {
     int32_t count;  // always the width
   };
 
+  [[nodiscard]] bool CountPixels(int32_t width, int32_t height, int32_t& count);
   [[nodiscard]] bool RebuildRows();
   [[nodiscard]] bool CopyFrom(const Bitmap& other);
   void Clear();

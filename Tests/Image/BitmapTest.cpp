@@ -26,6 +26,7 @@ TEST(Bitmap, ResizeKeepsTheTopLeftAndPadsWithOpaqueBlack) {
   Bitmap bitmap(4, 4);
   EXPECT_FALSE(bitmap.Resize(-1, 5) || bitmap.Resize(5, -1) || bitmap.Width() != 4);
   EXPECT_FALSE(bitmap.Resize(65536, 65536) || bitmap.Width() != 0);
+  EXPECT_FALSE(bitmap.ResizeForOverwrite(-3, -2) || bitmap.ResizeForOverwrite(65536, 65536));
   EXPECT_EXIT(Bitmap(-1, 5), testing::ExitedWithCode(1), "^$");
 }
 
