@@ -53,8 +53,8 @@ class BlockDecoder {
 
   BitReader& reader_;
   InflateWindow& window_;
-  HuffmanTable literals_;  // and lengths
-  HuffmanTable distances_;
   int32_t storedLeft_ = 0;  // bytes
   bool refusesEndlessOutput_ = false;
+  HuffmanTable literals_;  // and lengths
+  HuffmanTable distances_;
 };

@@ -80,6 +80,6 @@ class HuffmanTable {
   int32_t symbolCount_ = 0;
   const DecodeMeanings* meanings_ = nullptr;
   std::array<uint8_t, kLiteralLengthSymbols> lengths_;  // of the codes, by symbol
-  std::array<DecodeEntry, kMaxEntries> entries_;
   HuffmanLevels levels_;
+  std::array<DecodeEntry, kMaxEntries> entries_;
 };

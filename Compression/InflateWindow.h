@@ -106,10 +106,10 @@ class InflateWindow {
   // The more steps fit, the fewer moves; the fewer pages, the less to fault in.
   static constexpr int32_t kOwnSteps = 3;
 
+  uint8_t own_[kDeflateWindowSize + kOwnSteps * kStepRoom];  // first: see Inflater
   uint8_t* begin_ = own_;
   uint8_t* read_ = own_;
   uint8_t* write_ = own_;
   uint8_t* end_ = own_ + sizeof own_;
   int32_t released_ = 0;  // bytes, modulo kDeflateWindowSize
-  uint8_t own_[kDeflateWindowSize + kOwnSteps * kStepRoom];
 };

@@ -83,10 +83,13 @@ class Inflater {
 
   Core::Stream* input_;
   Core::Stream* output_;
-  BitReader reader_;
-  InflateWindow window_;
-  BlockDecoder blocks_;
-  InflateContainer container_;
   State state_ = State::kStart;
   State afterBlock_ = State::kBlockHeader;
+  InflateContainer container_;
+
+  // In this order, what a short stream leaves untouched, the end of the tables and the beginning of
+  // the window, lies together, and what it touches on few pages.
+  BitReader reader_;
+  BlockDecoder blocks_;
+  InflateWindow window_;
 };
