@@ -25,13 +25,14 @@ class Repair {
  public:
   // Requires: the bitmap has pixels, 0 <= threshold <= 255.
   Repair(Bitmap& bitmap, int32_t threshold)
-      : cells_(bitmap.Row(0)),
+      : bitmap_(bitmap),
+        cells_(bitmap.Row(0)),
         width_(bitmap.Width()),
         height_(bitmap.Height()),
         threshold_(threshold) {}
 
-  RepairResult Run(const Bitmap& bitmap) {
-    if (!mask_.Create(bitmap, threshold_)) return RepairResult::kOutOfMemory;
+  RepairResult Run() {
+    if (!mask_.Create(bitmap_, threshold_)) return RepairResult::kOutOfMemory;
     if (!mask_.HasVisible() || !mask_.HasHidden()) return RepairResult::kNothingToFix;
     if (!MakeCells() || !Seed()) return RepairResult::kOutOfMemory;
     while (!current_.IsEmpty()) {
@@ -93,6 +94,8 @@ class Repair {
   }
 
   // Lists, in scan order, the hidden pixels that touch a visible one. False: no memory.
+  // Deliberate: they are not marked as queued, so those that the first wave reaches before they
+  // have their colour are listed again, which decides the order of the second.
   bool Seed() {
     int64_t most = 0;
     static_cast<void>(mask_.VisitHidden([this, &most](int64_t first, uint64_t hidden) {
@@ -185,7 +188,8 @@ class Repair {
     Pixel cells[kCells];
   };
 
-  Pixel* const cells_;  // the bitmap's pixels
+  const Bitmap& bitmap_;
+  Pixel* const cells_;  // its pixels
   const int32_t width_;
   const int32_t height_;
   const int32_t threshold_;
@@ -200,7 +204,7 @@ class Repair {
 RepairResult RepairPixels(Bitmap& bitmap, int32_t threshold) {
   const bool isEmpty = bitmap.Width() == 0 || bitmap.Height() == 0;
   if (isEmpty || threshold < 0 || threshold > 255) return RepairResult::kNothingToFix;
-  return Repair(bitmap, threshold).Run(bitmap);
+  return Repair(bitmap, threshold).Run();
 }
 
 bool RepairTransparentPixels(Bitmap& bitmap, int32_t threshold) {

@@ -4,8 +4,9 @@
 // While the repair runs, a hidden pixel's word is a cell. Its own alpha is kept elsewhere and its
 // colour counts for nothing until it gets one, so the cell can tell how far things are:
 //
-//   alpha 0     hidden without a colour; bit 0 is set once it is queued, bit 1 if it lies on the
-//               image's border, where not all eight neighbours exist; all other bits are 0
+//   alpha 0     hidden without a colour; bit 0 is set once a neighbour has queued it, bit 1 if it
+//               lies on the image's border, where not all eight neighbours exist; all other bits
+//               are 0
 //   alpha > 0   known, to be averaged: a visible pixel, or a hidden one that has its colour
 #pragma once
 
