@@ -15,10 +15,10 @@ inline constexpr std::array<uint8_t, 256> kReversedBytes = [] {
 }();
 
 // The low `length` bits of `code` in reverse order. Requires: 1 <= length <= 16, no bit above them.
-constexpr uint16_t ReverseBits(uint32_t code, int32_t length) {
-  const uint32_t reversed = kReversedBytes[code & 0xFF] << 8 | kReversedBytes[code >> 8];
-  return static_cast<uint16_t>(reversed >> (16 - length));
+constexpr uint32_t ReverseBits(uint32_t code, int32_t length) {
+  return (uint32_t{kReversedBytes[code & 0xFF]} << 8 | kReversedBytes[code >> 8]) >> (16 - length);
 }
+static_assert(ReverseBits(0b0011, 4) == 0b1100 && ReverseBits(0x4001, 15) == 0x4001);
 
 // Writes the code of each of `symbolCount` symbols to `codes`, from their `lengths` in bits. Codes
 // stand bit-reversed, first bit lowest, as the bit streams carry them; a symbol of length 0 has no
@@ -47,7 +47,7 @@ constexpr uint16_t ReverseBits(uint32_t code, int32_t length) {
     }
     const uint32_t code = nextCodes[length]++;
     if (code >> length != 0) return false;
-    codes[symbol] = ReverseBits(code, length);
+    codes[symbol] = static_cast<uint16_t>(ReverseBits(code, length));
   }
   return true;
 }

@@ -4,23 +4,10 @@
 #include <bit>
 #include <cstring>
 
+#include "Compression/CanonicalCode.h"
 #include "Compression/DeflateFormat.h"
 
 namespace {
-
-constexpr std::array<uint8_t, 256> kReversedBytes = [] {
-  std::array<uint8_t, 256> reversed{};
-  for (uint32_t byte = 1; byte < 256; ++byte) {
-    reversed[byte] = static_cast<uint8_t>(reversed[byte >> 1] >> 1 | (byte & 1) << 7);
-  }
-  return reversed;
-}();
-
-// The lowest `length` bits the other way round.
-constexpr uint32_t Reversed(uint32_t code, int32_t length) {
-  return (uint32_t{kReversedBytes[code & 0xFF]} << 8 | kReversedBytes[code >> 8]) >> (16 - length);
-}
-static_assert(Reversed(0b0011, 4) == 0b1100 && Reversed(0x4001, 15) == 0x4001);
 
 // How many codes there are of each length. Counted, and later sorted, in two halves of the alphabet
 // at once: neighbours often have the same length, and one by one each would wait for the other.
@@ -108,7 +95,7 @@ struct CodeWalk {
   }
 
   // The place of the present code in a table, or the first bits of it.
-  constexpr uint32_t Index() const { return Reversed(code, length); }
+  constexpr uint32_t Index() const { return ReverseBits(code, length); }
 
   // The entry for the present code; and on to the next one.
   constexpr DecodeEntry Take() {
