@@ -13,6 +13,7 @@ constexpr int32_t kFastInput = 24;
 // Decodes symbols while plenty of input and budget is left, up to the first one that is not a plain
 // literal or match. What it leaves is what decoding each symbol by itself would have left, except
 // that `cursor` may already hold the bits that the next symbol would begin with fetching.
-// Requires: cursor.bitCount <= 31, and room for `budget` bytes in the window.
+// Requires: cursor.bitCount <= 31, InflateWindow::MakeRoom came first, and `budget` is at most
+// InflateWindow::kMaxPending less what is pending.
 void DecodeFast(const HuffmanTable& literals, const HuffmanTable& distances, BitCursor& cursor,
                 InflateWindow& window, int32_t& budget);

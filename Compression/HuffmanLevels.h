@@ -2,9 +2,8 @@
 // to the next, so that a symbol never costs more bits than its code has. For reading near the end
 // of the input, where there are no bits to spare; and for the patterns that no code begins with.
 //
-// Deliberate: such a pattern decodes as symbol 0, where most decoders fail. Streams with incomplete
-// codes are accepted, and what they decode to depends on it. It consumes the bits that were read on
-// the way.
+// Such a pattern decodes as symbol 0 (Compression/HuffmanTable.h) and consumes the bits that were
+// read on the way.
 #pragma once
 
 #include <cstdint>

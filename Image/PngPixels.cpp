@@ -35,15 +35,14 @@ void ConvertRgba8(const uint8_t* samples, const PixelRow& row) {
   });
 }
 
-// Each pixel is loaded with the byte behind it, so the last one is left to the caller.
-Pixel LastRgb8(const uint8_t* unit) { return PackPixel(unit[0], unit[1], unit[2], 0); }
-
+// Each pixel is loaded with the byte behind it, so the last one is made by itself.
 void ConvertRgb8(const PngColors& colors, const uint8_t* samples, PixelRow row) {
   constexpr int32_t kUnit = 3;
   const int64_t last = row.count - 1;
   --row.count;
   const auto& [red, green, blue] = colors.key;
-  const Pixel lastColor = LastRgb8(samples + last * kUnit);
+  const uint8_t* const lastUnit = samples + last * kUnit;
+  const Pixel lastColor = PackPixel(lastUnit[0], lastUnit[1], lastUnit[2], 0);
   Pixel& lastPixel = row.pixels[last * row.step];
   if (!colors.hasKey || (red | green | blue) > 0xFF) {  // no sample of 8 bits equals a larger key
     FillRow(row,
