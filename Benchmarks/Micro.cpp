@@ -16,6 +16,7 @@
 #include "Benchmarks/Stages.h"
 #include "Compression/Adler32.h"
 #include "Compression/Crc32.h"
+#include "Image/PngEncoder.h"
 #include "Tool/AlphaRepair.h"
 
 namespace {

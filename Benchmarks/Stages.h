@@ -11,7 +11,6 @@
 #include "Core/MemoryStream.h"
 #include "Image/Bitmap.h"
 #include "Image/PngDecoder.h"
-#include "Image/PngEncoder.h"
 
 // A failure of a stage ends the whole run.
 inline void Demand(bool isGood, const char* what) {

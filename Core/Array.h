@@ -11,6 +11,7 @@
 #include <cstring>
 #include <limits>
 #include <type_traits>
+#include <utility>
 
 #include "Memory/GlobalHeap.h"
 
@@ -116,9 +117,6 @@ class Array {
 
   // Drops the elements and keeps the block.
   void Clear() { size_ = 0; }
-
-  // Removes the last element. Requires: not empty.
-  void RemoveLast() { --size_; }
 
   // Gives the block back; the array is empty as after construction.
   void Free() {
