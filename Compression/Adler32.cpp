@@ -12,7 +12,7 @@ namespace {
 
 constexpr uint32_t kModulus = 65521;  // the largest prime below 2^16
 
-// So many take the upper sum to 2^33 at the most, far from 2^64, and hide the time of the division.
+// So many take the upper sum to 2^32 at the most.
 constexpr std::size_t kBytesPerReduction = 4096;
 
 // The two sums, in 64 bits: a loop over blocks adds to them in large pieces.
