@@ -26,7 +26,6 @@ inline constexpr Pixel kBorderBit = 2;
 inline constexpr Pixel kKnownBits = ~kColorMask;  // any of them makes a cell known
 
 constexpr bool IsKnown(Pixel cell) { return (cell & kKnownBits) != 0; }
-constexpr bool IsFresh(Pixel cell) { return (cell & (kKnownBits | kQueuedBit)) == 0; }
 
 inline constexpr int kNeighbours = 8;
 
@@ -41,22 +40,7 @@ struct Surroundings {
 };
 
 // Requires: all eight neighbours exist, and one is known.
-inline Surroundings LookAroundPlainly(const Pixel* cell, int32_t width) {
-  Surroundings found = {kKnownBits, 0};
-  uint32_t count = 0, red = 0, green = 0, blue = 0;
-  const std::array<int32_t, kNeighbours> distances = NeighbourDistances(width);
-  for (int k = 0; k < kNeighbours; ++k) {
-    const Pixel neighbour = cell[distances[k]];
-    if (IsFresh(neighbour)) found.fresh |= uint32_t{1} << k;
-    if (!IsKnown(neighbour)) continue;
-    ++count;
-    red += RedOf(neighbour);
-    green += GreenOf(neighbour);
-    blue += BlueOf(neighbour);
-  }
-  found.average |= red / count << 16 | green / count << 8 | blue / count;
-  return found;
-}
+inline Surroundings LookAround(const Pixel* cell, int32_t width);
 
 #if defined(__SSE2__)
 
@@ -112,9 +96,9 @@ class FourCells {
   __m128i cells_;
 };
 
-// The same for all channels and neighbours at once. The neighbours are loaded one by one: a pixel
-// beside this one was often stored a moment ago, and the processor hands a stored word on to a load
-// of just that word, but makes a wider load wait until the word has reached the cache.
+// For all channels and neighbours at once. The neighbours are loaded one by one: a pixel beside
+// this one was often stored a moment ago, and the processor hands a stored word on to a load of
+// just that word, but makes a wider load wait until the word has reached the cache.
 inline Surroundings LookAround(const Pixel* cell, int32_t width) {
   const Pixel* const above = cell - width;
   const Pixel* const below = cell + width;
@@ -136,8 +120,23 @@ inline Surroundings LookAround(const Pixel* cell, int32_t width) {
 
 #else
 
+constexpr bool IsFresh(Pixel cell) { return (cell & (kKnownBits | kQueuedBit)) == 0; }
+
 inline Surroundings LookAround(const Pixel* cell, int32_t width) {
-  return LookAroundPlainly(cell, width);
+  Surroundings found = {kKnownBits, 0};
+  uint32_t count = 0, red = 0, green = 0, blue = 0;
+  const std::array<int32_t, kNeighbours> distances = NeighbourDistances(width);
+  for (int k = 0; k < kNeighbours; ++k) {
+    const Pixel neighbour = cell[distances[k]];
+    if (IsFresh(neighbour)) found.fresh |= uint32_t{1} << k;
+    if (!IsKnown(neighbour)) continue;
+    ++count;
+    red += RedOf(neighbour);
+    green += GreenOf(neighbour);
+    blue += BlueOf(neighbour);
+  }
+  found.average |= red / count << 16 | green / count << 8 | blue / count;
+  return found;
 }
 
 #endif

@@ -6,7 +6,6 @@
 #include <random>
 
 #include "Tests/Support/SlowRepair.h"
-#include "Tool/Surroundings.h"
 
 namespace {
 
@@ -28,20 +27,6 @@ TEST(AlphaRepair, GivesWhatTheSlowRepairGives) {
       ASSERT_TRUE(std::equal(slow.Row(0), slow.Row(0) + width * height, bitmap.Row(0)))
           << width << " x " << height << ", threshold " << threshold;
     }
-  }
-}
-
-TEST(AlphaRepair, LooksAroundAsPlainly) {
-  std::mt19937 random(1);
-  const Pixel unknown[] = {kFreshCell, kQueuedBit, kBorderBit, kQueuedBit | kBorderBit};
-  for (int round = 0; round < 20000; ++round) {
-    Pixel cells[12];
-    for (Pixel& cell : cells) cell = random() % 2 ? random() | 0x01000000 : unknown[random() % 4];
-    cells[round % 3] = random() | 0xFF000000;  // one is known
-    const int width = 3 + static_cast<int>(random() % 2);
-    const Surroundings plain = LookAroundPlainly(cells + width + 1, width);
-    const Surroundings found = LookAround(cells + width + 1, width);
-    ASSERT_TRUE(found.average == plain.average && found.fresh == plain.fresh) << round;
   }
 }
 
