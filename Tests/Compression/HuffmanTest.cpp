@@ -2,15 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <climits>
 #include <random>
 #include <utility>
 #include <vector>
 
 #include "Compression/BoundedSort.h"
 #include "Compression/CanonicalCode.h"
-#include "Compression/HuffmanCodeTable.h"
 #include "Compression/HuffmanTable.h"
+#include "Compression/HuffmanTree.h"
 #include "Tests/Support/Deflated.h"
 
 namespace {
@@ -97,40 +96,36 @@ TEST(HuffmanTable, ReadsCarefullyWhatTheLevelsRead) {
   }
 }
 
-// Code lengths by a heap as it is taught: a record is put at the bottom and rises past those that
-// are strictly greater; into the root's place comes the last one, which sinks past those that are
+// Code lengths by a heap as it is taught: a node is put at the bottom and rises past those that are
+// strictly greater; into the root's place comes the last one, which sinks past those that are
 // strictly less, of two equal ones past the left.
 Bytes PlainLengths(const Numbers& frequencies) {
-  struct Record {
-    std::pair<uint32_t, int> key;  // frequency, then the symbol; inner nodes come behind all
-    std::size_t node;
-    bool operator<(const Record& other) const { return key < other.key; }
-  };
-  std::vector<Record> heap;
-  const auto push = [&heap](const Record& record) {
-    heap.push_back(record);
-    for (std::size_t i = heap.size() - 1; i > 0 && heap[i] < heap[(i - 1) / 2]; i = (i - 1) / 2) {
-      std::swap(heap[i], heap[(i - 1) / 2]);
-    }
-  };
+  // The key is frequency and symbol; inner nodes stand behind all leaves of their frequency.
+  std::vector<std::pair<uint32_t, std::size_t>> heap;
+  std::vector<std::size_t> parents;
+  for (; parents.size() < frequencies.size(); parents.push_back(0)) {
+    heap.emplace_back(frequencies[parents.size()] << 9 | parents.size(), parents.size());
+  }
+  std::sort(heap.begin(), heap.end());
   const auto pop = [&heap] {
-    const Record least = std::exchange(heap[0], heap.back());
+    const auto least = std::exchange(heap[0], heap.back());
     heap.pop_back();
     for (std::size_t i = 0, child; (child = 2 * i + 1) < heap.size(); i = child) {
-      if (child + 1 < heap.size() && heap[child + 1] < heap[child]) ++child;
-      if (!(heap[child] < heap[i])) break;
+      child += child + 1 < heap.size() && heap[child + 1].first < heap[child].first;
+      if (heap[child].first >= heap[i].first) break;
       std::swap(heap[i], heap[child]);
     }
     return least;
   };
-  std::vector<std::size_t> parents(frequencies.size());
-  for (std::size_t i = 0; i < parents.size(); ++i) heap.push_back({{frequencies[i], int(i)}, i});
-  std::sort(heap.begin(), heap.end());
-  while (heap.size() > 1) {
-    const Record least = pop(), second = pop();
-    parents[least.node] = parents[second.node] = parents.size();
-    push({{least.key.first + second.key.first, INT_MAX}, parents.size()});
-    parents.push_back(0);
+  for (; heap.size() > 1; parents.push_back(0)) {
+    const auto [least, left] = pop();
+    const auto [second, right] = pop();
+    parents[left] = parents[right] = parents.size();
+    heap.emplace_back(((least >> 9) + (second >> 9)) << 9 | 511, parents.size());
+    for (std::size_t i = heap.size() - 1; i > 0 && heap[i].first < heap[(i - 1) / 2].first;) {
+      std::swap(heap[i], heap[(i - 1) / 2]);
+      i = (i - 1) / 2;
+    }
   }
   Bytes depths(parents.size());
   for (std::size_t i = parents.size() - 1; i-- > 0;) depths[i] = depths[parents[i]] + 1;
@@ -146,17 +141,17 @@ TEST(HuffmanTree, IsThatOfThePlainHeap) {
     const Bytes expected = PlainLengths(frequencies);
     const int limit = round % 2 == 0 ? 15 : *std::max_element(expected.begin(), expected.end());
     Bytes lengths(expected.size());
-    HuffmanTree tree;
-    tree.Build(frequencies.data(), int(lengths.size()), limit, lengths.data());
+    HuffmanTree().Build(frequencies.data(), int(lengths.size()), limit, lengths.data());
     ASSERT_EQ(lengths, expected) << round;
   }
 }
 
-TEST(HuffmanCodeTable, FindsTheLengthsOfCodes) {
+TEST(HuffmanTree, PairsALoneSymbolAndLimitsLengths) {
   const struct {
     const char* name;
     int32_t limit;
-    Numbers frequencies, lengths;
+    Numbers frequencies;
+    Bytes lengths;
   } rows[] = {
       {"none: the last and its lower neighbour", 7, {0, 0, 0, 0}, {0, 0, 1, 1}},
       {"one: paired with the upper neighbour", 7, {0, 7, 0, 0}, {0, 1, 1, 0}},
@@ -165,21 +160,15 @@ TEST(HuffmanCodeTable, FindsTheLengthsOfCodes) {
       {"above the limit", 3, {1, 1, 2, 3, 5}, {3, 3, 3, 3, 1}},
       {"... far above it", 4, {34, 1, 21, 13, 1, 3, 8, 2, 5}, {1, 4, 4, 4, 4, 4, 4, 4, 4}},
       {"... as far as can be", 3, {1, 21, 1, 13, 3, 8, 2, 5}, {3, 3, 3, 3, 3, 3, 3, 3}},
-      {"... beside equal ones",
-       5,
-       {1, 1, 2, 3, 5, 8, 13, 13, 13, 13, 40},
-       {4, 5, 5, 5, 5, 4, 3, 3, 3, 3, 2}},
+      {"... equals", 5, {1, 1, 2, 3, 5, 8, 13, 13, 13, 13, 40}, {4, 5, 5, 5, 5, 4, 3, 3, 3, 3, 2}},
   };
   for (const auto& row : rows) {
-    HuffmanTree tree;
-    HuffmanCodeTable table;
-    const int32_t count = static_cast<int32_t>(row.frequencies.size());
-    table.BuildFromFrequencies(row.frequencies.data(), count, row.limit, tree);
-    Numbers lengths;
-    for (int32_t i = 0; i < count; ++i) lengths.push_back(table.LengthOf(i));
+    Bytes lengths(row.lengths.size());
+    HuffmanTree().Build(row.frequencies.data(), int(lengths.size()), row.limit, lengths.data());
     EXPECT_EQ(lengths, row.lengths) << row.name;
   }
 }
+
 TEST(BoundedSort, EndsTheProgramWhenItIsTooDeep) {
   // The record in the middle, which becomes the pivot, is the largest in each pass.
   std::vector<uint64_t> records;
