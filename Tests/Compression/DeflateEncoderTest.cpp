@@ -42,8 +42,7 @@ TEST(DeflateEncoder, ChoosesTheCheapestKindOfBlock) {
   Core::MemoryStream nothing, out;
   const auto encoder = std::make_unique<DeflateEncoder>(nothing, out, 9);
   ASSERT_TRUE(encoder->Compress() && encoder->Blocks().BlockCount() == 1);
-  EXPECT_EQ(encoder->Blocks().HeaderBits(), 26 + 18 * 3 + 4 * 1 + 3 * (1 + 7))
-      << "1s and zero runs";
+  EXPECT_EQ(encoder->Blocks().HeaderBits(), 26 + 18 * 3 + 4 * 1 + 3 * 8) << "1s and zero runs";
 }
 
 // Places in `text` match earlier ones, each longer than the place before: while the parser goes

@@ -4,8 +4,6 @@
 
 #include <vector>
 
-#include "Memory/HeapPoison.h"
-
 TEST(Array, GrowsByHalfAndKeepsItsElements) {
   using Numbers = std::vector<int32_t>;
   Array<int32_t> array, fences[100];  // so that a growing block has to move
@@ -34,12 +32,3 @@ TEST(Array, IsEmptyAfterARequestThatCannotBeMet) {
   EXPECT_TRUE(array.IsEmpty() && array.Data() == nullptr && !array.SetSize(1));
   EXPECT_TRUE(array.SetCapacity(0) && array.SetSize(1));
 }
-
-#ifdef HALOMEND_POISONS_HEAP
-TEST(Array, IsWatchedBeyondItsCapacity) {
-  Array<uint8_t> array;
-  ASSERT_TRUE(array.SetCapacity(5));
-  array[4] = 1;
-  EXPECT_DEATH(array[5] = 1, "use-after-poison");
-}
-#endif

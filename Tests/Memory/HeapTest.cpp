@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
 #include "Memory/HeapBuckets.h"
@@ -64,13 +63,9 @@ TEST_F(HeapTest, GivesEightBytesOfAlignmentToTheBlockBefore) {
 TEST_F(HeapTest, KeepsSliversOutsideTheLists) {
   void* block = Alloc(64);
   void* fence = Alloc(8);
-  for (const auto& [size, usable, listed] : std::vector<std::array<uint64_t, 3>>{{56, 64, 1},
-                                                                                 {48, 48, 1},
-                                                                                 {40, 48, 1},
-                                                                                 {24, 24, 2},
-                                                                                 {32, 32, 2},
-                                                                                 {64, 64, 1},
-                                                                                 {48, 48, 1}}) {
+  const uint64_t rows[][3] = {{56, 64, 1}, {48, 48, 1}, {40, 48, 1}, {24, 24, 2},
+                              {32, 32, 2}, {64, 64, 1}, {48, 48, 1}};
+  for (const auto& [size, usable, listed] : rows) {
     ASSERT_TRUE(heap_.ResizeInPlace(block, size));
     EXPECT_EQ(heap_.UsableSize(block), usable) << size;
     EXPECT_EQ(Stats().freeBlocks, listed) << size;
