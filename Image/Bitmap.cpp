@@ -56,9 +56,11 @@ bool Bitmap::Resize(int32_t width, int32_t height) {
   return RebuildRows();
 }
 
-bool Bitmap::ResizeForOverwrite(int32_t width, int32_t height) {
+bool Bitmap::ResizeForOverwrite(int32_t width, int32_t height, int64_t room) {
   const int64_t count = int64_t{width} * height;
+  const int64_t capacity = std::max(count, (room + 3) / int64_t{sizeof(Pixel)});
   if (count > std::numeric_limits<int32_t>::max() ||
+      !pixels_.SetCapacity(static_cast<int32_t>(capacity)) ||
       !pixels_.SetSize(static_cast<int32_t>(count))) {
     Clear();
     return false;
