@@ -149,7 +149,8 @@ bool CanInflateTo(int64_t size, const ByteArray& compressedData) {
 }
 
 // Whether the image data can stand in the memory of the pixels that are made from it: rows in their
-// order, of up to 8 bits a sample.
+// order, of up to 8 bits a sample. (Longer samples would need, and the bitmap then keep, twice as
+// much.) A picture is large, and fresh memory is slow.
 //
 // Let a row have r bytes of data, the filter byte among them, and p bytes of pixels. As a rule
 // r <= p, and the data ends where the pixels do: then the data behind a row, no more than the
