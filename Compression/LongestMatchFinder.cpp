@@ -107,7 +107,7 @@ bool LongestMatchFinder::FindDeep(Search& search) {
 
 // Makes the plain walk from the candidate at `nearest` on.
 bool LongestMatchFinder::WalkPlainly(const MatchQuery& query, uint32_t place, int32_t nearest,
-                                   int32_t atLeast, Match& match) const {
+                                     int32_t atLeast, Match& match) const {
   match = MatchWalk::Walk(
       query, nearest, [place, this](int32_t distance) { return threes_.Next(place, distance); });
   return match.length > std::max(atLeast, kMinMatchLength - 1);

@@ -67,7 +67,7 @@ class LongestMatchFinder {
                Match& match);
   bool FindDeep(Search& search);
   bool WalkPlainly(const MatchQuery& query, uint32_t place, int32_t nearest, int32_t atLeast,
-                 Match& match) const;
+                   Match& match) const;
   bool FindShort(const MatchQuery& query, uint32_t place, Match& match) const;
   template <int32_t kKeyBytes>
   bool FindLong(const KeyChain<kKeyBytes>& chain, Search& search);

@@ -43,8 +43,8 @@ bool WriteHeaderChunk(Core::Stream& out, const Bitmap& bitmap) {
          WriteChunkEnd(out, kChunkHeader, data, sizeof data);
 }
 
-// Appends the image data as a zlib stream (RFC 1950). False: the picture is too large, the file gets
-// too long, or there is no memory.
+// Appends the image data as a zlib stream (RFC 1950). False: the picture is too large, the file
+// gets too long, or there is no memory.
 bool CompressZlib(const Bitmap& bitmap, Core::MemoryStream& file) {
   if (!FitsRgbaBuffer(bitmap.Width(), bitmap.Height())) return false;
   RawImageStream source(bitmap);
