@@ -27,7 +27,8 @@ bool BitWriter::WriteBuffer() {
 }
 
 bool BitWriter::WriteThrough(const uint8_t* bytes, int32_t count) {
-  if (!refused_) refused_ = destination_ == nullptr || !WriteExactly(*destination_, bytes, count);
+  if (destination_ == nullptr) return false;
+  if (!refused_) refused_ = !WriteExactly(*destination_, bytes, count);
   if (refused_) limit_ = 0;
   return !refused_;
 }

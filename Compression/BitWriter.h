@@ -1,5 +1,6 @@
 // Writes bits to a stream, least significant first as RFC 1951, section 3.1.1 wants them. Bits
-// gather in an accumulator, bytes in a buffer.
+// gather in an accumulator, bytes in a buffer, which is handed on when it is full: after a refusal
+// the stream holds so much less than was written.
 #pragma once
 
 #include <array>
@@ -51,7 +52,7 @@ class BitWriter {
   [[nodiscard]] bool Flush();
 
   // Many writes without a test each: HasRoom, Begin, then Put and Store in turn, End.
-  static constexpr int32_t kBytesPerStore = 8;  // at most, of room
+  static constexpr int32_t kBytesPerStore = 8;  // written; at most 7 of them stay
   struct Burst {
     uint64_t bits;  // the next bit to leave is bit 0; zero above the held ones
     int32_t held;
@@ -96,5 +97,6 @@ class BitWriter {
   int32_t used_ = 0;   // bytes of the buffer
   int32_t limit_ = 0;  // of used_; 0 without a stream to write to or after a refusal
   bool refused_ = false;
-  std::array<uint8_t, kBufferBytes> buffer_;
+  // HasRoom counts no Store of End's.
+  std::array<uint8_t, kBufferBytes + kBytesPerStore> buffer_;
 };

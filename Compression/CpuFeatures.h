@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-struct CpuFeatures {
+struct alignas(4) CpuFeatures {  // as one word, which can be atomic
   bool hasAvx2 = false;
   bool hasBmi2 = false;
   bool hasCarrylessMultiply = false;      // PCLMULQDQ

@@ -29,26 +29,3 @@ constexpr int32_t DistanceSymbol(int32_t distance) {
 }
 static_assert(DistanceSymbol(4) == 3 && DistanceSymbol(5) == 4 && DistanceSymbol(24576) == 28 &&
               DistanceSymbol(24577) == 29 && DistanceSymbol(32768) == 29);
-
-// A match as the two symbols and their extra bits.
-struct MatchSymbols {
-  int32_t length;        // symbol of the literal/length code
-  uint32_t lengthExtra;  // value of its extra bits
-  int32_t lengthBits;    // how many there are
-  int32_t distance;      // symbol of the distance code
-  uint32_t distanceExtra;
-  int32_t distanceBits;
-};
-
-constexpr MatchSymbols SymbolsOf(int32_t length, int32_t distance) {
-  const int32_t index = kLengthIndex[length];
-  const int32_t symbol = DistanceSymbol(distance);
-  const DeflateRange& lengths = kLengthRanges[index];
-  const DeflateRange& distances = kDistanceRanges[symbol];
-  return {kFirstLengthSymbol + index,
-          static_cast<uint32_t>(length - lengths.base),
-          lengths.extraBits,
-          symbol,
-          static_cast<uint32_t>(distance - distances.base),
-          distances.extraBits};
-}

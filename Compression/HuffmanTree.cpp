@@ -21,15 +21,14 @@ void HuffmanTree::Build(const uint32_t* frequencies, int32_t symbolCount, int32_
 void HuffmanTree::TakeLeaves(const uint32_t* frequencies, int32_t symbolCount) {
   leafCount_ = 0;
   for (int32_t symbol = 0; symbol < symbolCount; ++symbol) {
-    uint32_t frequency = frequencies[symbol];
-    const bool isLastResort = leafCount_ == 0 && symbol == symbolCount - 1;
-    if (frequency == 0 && isLastResort) frequency = 1;
-    if (frequency != 0) leaves_[leafCount_++] = MakeLeaf(frequency, symbol);
+    leaves_[leafCount_] = MakeKey(frequencies[symbol], symbol);
+    leafCount_ += frequencies[symbol] != 0;  // at random: no branch
   }
+  if (leafCount_ == 0) leaves_[leafCount_++] = MakeKey(1, symbolCount - 1);
   if (leafCount_ == 1) {
     const int32_t symbol = SymbolOf(leaves_[0]);
     const int32_t neighbour = symbol + 1 < symbolCount ? symbol + 1 : symbol - 1;
-    if (neighbour >= 0) leaves_[leafCount_++] = MakeLeaf(1, neighbour);
+    if (neighbour >= 0) leaves_[leafCount_++] = MakeKey(1, neighbour);
   }
 }
 
@@ -39,9 +38,8 @@ void HuffmanTree::SortLeaves() { BoundedSort<Order::kTotal>(leaves_.data(), 0, l
 void HuffmanTree::MergeAll() {
   // In ascending order the leaves are a heap already.
   for (int32_t i = 0; i < leafCount_; ++i) {
-    const int32_t symbol = SymbolOf(leaves_[i]);
-    nodes_[i] = {kNone, kNone, kNone, static_cast<int16_t>(symbol)};
-    heap_[i + 1] = MakeRecord(leaves_[i] >> 32, static_cast<uint64_t>(symbol), i);
+    nodes_[i] = {kNone, kNone, kNone, static_cast<int16_t>(SymbolOf(leaves_[i]))};
+    heap_[i + 1] = {leaves_[i], i};
   }
   nodeCount_ = leafCount_;
   heapSize_ = static_cast<uint32_t>(leafCount_);
@@ -49,12 +47,13 @@ void HuffmanTree::MergeAll() {
     const HeapRecord least = Pop();
     const HeapRecord second = Pop();
     const int32_t joined = nodeCount_++;
-    nodes_[joined] = {kNone, NodeOf(least), NodeOf(second), kNone};
-    nodes_[NodeOf(least)].parent = static_cast<int16_t>(joined);
-    nodes_[NodeOf(second)].parent = static_cast<int16_t>(joined);
-    Push(MakeRecord(FrequencyOf(least) + FrequencyOf(second), kInnerTieKey, joined));
+    nodes_[joined] = {kNone, static_cast<int16_t>(least.node), static_cast<int16_t>(second.node),
+                      kNone};
+    nodes_[least.node].parent = static_cast<int16_t>(joined);
+    nodes_[second.node].parent = static_cast<int16_t>(joined);
+    Push({MakeKey(FrequencyOf(least.key) + FrequencyOf(second.key), kInnerNode), joined});
   }
-  root_ = NodeOf(heap_[1]);
+  root_ = heap_[1].node;
 }
 
 // Deliberate, here and in Pop: two inner nodes of one frequency compare equal, so a record moves
@@ -62,7 +61,7 @@ void HuffmanTree::MergeAll() {
 // choices give other trees.
 void HuffmanTree::Push(HeapRecord record) {
   uint32_t hole = ++heapSize_;
-  for (; hole > 1 && IsLess(record, heap_[hole / 2]); hole /= 2) heap_[hole] = heap_[hole / 2];
+  for (; hole > 1 && record < heap_[hole / 2]; hole /= 2) heap_[hole] = heap_[hole / 2];
   heap_[hole] = record;
 }
 
@@ -72,19 +71,21 @@ HuffmanTree::HeapRecord HuffmanTree::Pop() {
   // The hole goes down to a leaf and the moved record up from there: it came from the bottom, so
   // that is the shorter way. Records do not descend along the path, so it comes to stand where it
   // would on the way down: behind the last one that is less.
-  uint32_t hole = 1;
-  uint32_t child = 2;
-  for (; child < heapSize_; child = 2 * hole) {
-    child += IsLess(heap_[child + 1], heap_[child]);  // at random: no branch
-    heap_[hole] = heap_[child];
+  HeapRecord* const heap = heap_.data();
+  const std::size_t size = heapSize_;
+  std::size_t hole = 1;
+  std::size_t child = 2;
+  for (; child < size; child = 2 * hole) {
+    child += heap[child + 1] < heap[child];  // at random: no branch
+    heap[hole] = heap[child];
     hole = child;
   }
-  if (child == heapSize_) {
-    heap_[hole] = heap_[child];
+  if (child == size) {
+    heap[hole] = heap[child];
     hole = child;
   }
-  for (; hole > 1 && !IsLess(heap_[hole / 2], moved); hole /= 2) heap_[hole] = heap_[hole / 2];
-  heap_[hole] = moved;
+  for (; hole > 1 && !(heap[hole / 2] < moved); hole /= 2) heap[hole] = heap[hole / 2];
+  heap[hole] = moved;
   return least;
 }
 

@@ -12,6 +12,7 @@
 class HuffmanTree {
  public:
   static constexpr int32_t kMaxSymbols = kLiteralLengthSymbols;  // the largest alphabet of deflate
+  static constexpr uint32_t kMaxFrequencySum = 0x3FFFFF;
   static constexpr int16_t kNone = -1;
 
   struct Node {
@@ -26,7 +27,7 @@ class HuffmanTree {
   // are always two codes, or one when symbolCount is 1: a lone symbol is paired with its upper
   // neighbour (the last one with its lower), and with no symbol at all the last one is taken.
   // Requires: 1 <= symbolCount <= kMaxSymbols, symbolCount <= 2^maxLength, and frequencies whose
-  // sum fits in 32 bits.
+  // sum is at most kMaxFrequencySum.
   void Build(const uint32_t* frequencies, int32_t symbolCount, int32_t maxLength, uint8_t* lengths);
 
   int32_t Root() const { return root_; }
@@ -37,12 +38,23 @@ class HuffmanTree {
   void DumpTree(int32_t node, int32_t depth) const;
 
  private:
-  // The frequency above the symbol, so that leaves are ordered by frequency, then by symbol.
-  using Leaf = uint64_t;
-  static Leaf MakeLeaf(uint32_t frequency, int32_t symbol) {
-    return uint64_t{frequency} << 32 | static_cast<uint32_t>(symbol);
+  // Orders nodes by frequency, then by what merges first: leaves by symbol, then inner nodes, which
+  // are all alike.
+  using Key = uint32_t;
+  static constexpr int32_t kTieBits = 10;
+  static constexpr int32_t kInnerNode = 1 << (kTieBits - 1);
+  static_assert(kMaxSymbols <= kInnerNode && kMaxFrequencySum < uint32_t{1} << (32 - kTieBits));
+  static Key MakeKey(uint32_t frequency, int32_t tie) {
+    return frequency << kTieBits | static_cast<uint32_t>(tie);
   }
-  static int32_t SymbolOf(Leaf leaf) { return static_cast<int32_t>(leaf); }
+  static uint32_t FrequencyOf(Key key) { return key >> kTieBits; }
+  static int32_t SymbolOf(Key leaf) { return static_cast<int32_t>(leaf) & (kInnerNode - 1); }
+
+  struct HeapRecord {
+    Key key;
+    int32_t node;
+    bool operator<(const HeapRecord& other) const { return key < other.key; }
+  };
 
   // A leaf with its code length, ordered by the length alone.
   struct LeafLength {
@@ -51,22 +63,6 @@ class HuffmanTree {
     bool operator<(const LeafLength& other) const { return length < other.length; }
     bool operator==(const LeafLength& other) const { return length == other.length; }
   };
-
-  // | frequency | tie key: the symbol of a leaf, or more than any | node |, of which the node takes
-  // no part in the order.
-  using HeapRecord = uint64_t;
-  static constexpr int32_t kNodeBits = 10;
-  static constexpr int32_t kTieBits = 10;
-  static constexpr uint64_t kInnerTieKey = 1 << (kTieBits - 1);
-  static_assert(kMaxSymbols < 1 << (kTieBits - 1) && 2 * kMaxSymbols <= 1 << kNodeBits);
-  static bool IsLess(HeapRecord a, HeapRecord b) { return a >> kNodeBits < b >> kNodeBits; }
-  static int16_t NodeOf(HeapRecord record) {
-    return static_cast<int16_t>(record & ((1 << kNodeBits) - 1));
-  }
-  static uint64_t FrequencyOf(HeapRecord record) { return record >> (kNodeBits + kTieBits); }
-  static HeapRecord MakeRecord(uint64_t frequency, uint64_t tieKey, int32_t node) {
-    return (frequency << kTieBits | tieKey) << kNodeBits | static_cast<uint64_t>(node);
-  }
 
   void TakeLeaves(const uint32_t* frequencies, int32_t symbolCount);
   void SortLeaves();
@@ -82,7 +78,7 @@ class HuffmanTree {
   std::array<Node, std::size_t{2} * kMaxSymbols> nodes_;
   int32_t nodeCount_ = 0;
   int32_t root_ = kNone;
-  std::array<Leaf, kMaxSymbols> leaves_;
+  std::array<Key, kMaxSymbols> leaves_;
   int32_t leafCount_ = 0;
   std::array<LeafLength, kMaxSymbols> byLength_;
   std::array<HeapRecord, kMaxSymbols + 1> heap_;  // from 1 on: the children of i are 2i and 2i + 1

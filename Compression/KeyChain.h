@@ -70,7 +70,7 @@ class KeyChain {
     return key * 0x9E3779B1 >> hashShift_;
   }
 
-  // A link holds a distance less one: 65,536 stands for all that is out of reach.
+  // A link holds a distance less one; of all that is out of reach it is kDeflateWindowSize or more.
   static uint16_t Link16(uint32_t place, uint16_t head) {
     return static_cast<uint16_t>(place - head - 1);
   }
@@ -133,7 +133,8 @@ void LinkPlaces(const uint8_t* bytes, uint32_t start, uint32_t end, KeyChain<kLo
   }
 }
 
-// Places repeat modulo 2^16: an old one must not be taken for a new one.
+// Places repeat modulo 2^16. An older head would seem near and lead into the chain of another
+// bucket, where nothing can match: a walk for nothing.
 template <int32_t kKeyBytes>
 void KeyChain<kKeyBytes>::RefreshHeads() {
   const uint16_t now = static_cast<uint16_t>(linked_);

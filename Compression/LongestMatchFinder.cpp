@@ -52,7 +52,7 @@ bool LongestMatchFinder::FindMatch(const DeflateWindow& window, int32_t maxDista
   if (maxLength < kLongKey) {
     // The last places have no key of four bytes, and the very last ones no link.
     return maxLength >= kMinMatchLength &&
-           FindInRun(query, place, threes_.Newest(place, query.here), atLeast, match);
+           WalkPlainly(query, place, threes_.Newest(place, query.here), atLeast, match);
   }
   const int32_t nearest = NearestLong(query, place, 0);
   if (nearest > maxDistance) {
@@ -90,7 +90,7 @@ bool LongestMatchFinder::FindAny(const MatchQuery& query, uint32_t place, int32_
     return true;
   }
   if (MatchWalk::SkipsFurther(query)) {
-    return FindInRun(query, place, threes_.Next(place, 0), atLeast, match);
+    return WalkPlainly(query, place, threes_.Next(place, 0), atLeast, match);
   }
   Search search = {query, place, std::max(atLeast, kMinMatchLength), query.maxLength};
   if ((deepFills_ > 0 && FindDeep(search)) || FindLong(fours_, search)) {
@@ -106,8 +106,8 @@ bool LongestMatchFinder::FindDeep(Search& search) {
 }
 
 // Makes the plain walk from the candidate at `nearest` on.
-bool LongestMatchFinder::FindInRun(const MatchQuery& query, uint32_t place, int32_t nearest,
-                                   int32_t atLeast, Match& match) const {
+bool LongestMatchFinder::WalkPlainly(const MatchQuery& query, uint32_t place, int32_t nearest,
+                                     int32_t atLeast, Match& match) const {
   match = MatchWalk::Walk(
       query, nearest, [place, this](int32_t distance) { return threes_.Next(place, distance); });
   return match.length > std::max(atLeast, kMinMatchLength - 1);

@@ -12,8 +12,8 @@
 
 // A match of n bytes stands on the chains of all keys inside it. So it is looked for on those of
 // the longest keys first, where few places are, and on each chain the walk goes on along the key
-// that takes it furthest. Where the result is decided by the order of the plain walk (IsOneRun),
-// that walk is made.
+// that takes it furthest. Where the order of the plain walk decides the result
+// (MatchWalk::SkipsFurther), that walk is made.
 class LongestMatchFinder {
  public:
   static constexpr int32_t kLongKey = 4;  // from here on, a match is looked for by FindLong
@@ -66,8 +66,8 @@ class LongestMatchFinder {
   bool FindAny(const MatchQuery& query, uint32_t place, int32_t nearest, int32_t atLeast,
                Match& match);
   bool FindDeep(Search& search);
-  bool FindInRun(const MatchQuery& query, uint32_t place, int32_t nearest, int32_t atLeast,
-                 Match& match) const;
+  bool WalkPlainly(const MatchQuery& query, uint32_t place, int32_t nearest, int32_t atLeast,
+                   Match& match) const;
   bool FindShort(const MatchQuery& query, uint32_t place, Match& match) const;
   template <int32_t kKeyBytes>
   bool FindLong(const KeyChain<kKeyBytes>& chain, Search& search);

@@ -55,10 +55,11 @@ bool Bitmap::Resize(int32_t width, int32_t height) {
   return RebuildRows();
 }
 
-bool Bitmap::ResizeForOverwrite(int32_t width, int32_t height) {
+bool Bitmap::ResizeForOverwrite(int32_t width, int32_t height, int64_t room) {
   int32_t count = 0;
   if (!CountPixels(width, height, count)) return false;
-  if (!pixels_.SetSize(count)) {
+  const int64_t capacity = std::max<int64_t>(count, (room + 3) / int64_t{sizeof(Pixel)});
+  if (!pixels_.SetCapacity(static_cast<int32_t>(capacity)) || !pixels_.SetSize(count)) {
     Clear();
     return false;
   }

@@ -24,8 +24,9 @@ class Bitmap {
   // there is no memory.
   [[nodiscard]] bool Resize(int32_t width, int32_t height);
 
-  // As Resize of a 0 x 0 bitmap, with undefined pixels. Requires: the bitmap is 0 x 0.
-  [[nodiscard]] bool ResizeForOverwrite(int32_t width, int32_t height);
+  // As Resize of a 0 x 0 bitmap, with undefined pixels, in memory of at least `room` bytes from the
+  // first pixel on. Requires: the bitmap is 0 x 0, and room < 2^32.
+  [[nodiscard]] bool ResizeForOverwrite(int32_t width, int32_t height, int64_t room = 0);
 
   void Fill(Color color);
 

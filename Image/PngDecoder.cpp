@@ -141,23 +141,54 @@ bool ChunkContents::InterpretKey(const ByteArray& data, int32_t sampleCount) {
   return true;
 }
 
-// Decompresses the first `needed` bytes into `imageData`, in which more bytes follow them. The
-// whole stream is read, and its checksum tested, even so. False also when it gives fewer.
-bool InflateImageData(const ByteArray& compressedData, int32_t needed, ByteArray& imageData) {
-  // A match of 258 bytes costs a bit at the least. What a header claims beyond that takes no
-  // memory.
+// Whether so much compressed data can come to `size` bytes: a match of 258 bytes costs a bit at the
+// least. What a header claims beyond that takes no memory.
+bool CanInflateTo(int64_t size, const ByteArray& compressedData) {
   constexpr int64_t kMostFromAByte = int64_t{8} * kMaxMatchLength;
-  const int64_t size = int64_t{needed} + Inflater::kSpareSize;
-  if (needed > kMostFromAByte * compressedData.Size() ||
-      !imageData.SetSize(
-          static_cast<int32_t>(std::min<int64_t>(size, std::numeric_limits<int32_t>::max())))) {
-    return false;
+  return size <= kMostFromAByte * compressedData.Size();
+}
+
+// Whether the image data can stand in the memory of the pixels that are made from it: rows in their
+// order, of up to 8 bits a sample. (Longer samples would need, and the bitmap then keep, twice as
+// much.) A picture is large, and fresh memory is slow.
+//
+// Let a row have r bytes of data, the filter byte among them, and p bytes of pixels. As a rule
+// r <= p, and the data ends where the pixels do: then the data behind a row, no more than the
+// pixels behind it, begins behind the row's pixels. Four samples a pixel make r = p + 1, and the
+// data begins where the pixels do: then each row's data begins one byte further behind its pixels.
+// So a row's pixels can be written as soon as the next row, which needs its data, is restored.
+// Within the row, a pixel ends where the data of the next one begins or before, counted from the
+// end in the first case, where data is no larger than pixels, and from the start in the second.
+bool CanShareMemory(const PngHeader& header) {
+  return header.interlace != kPngAdam7 && header.bitDepth <= 8 && header.ImageDataSize() > 0;
+}
+
+// The place for the image data and Inflater::kSpareSize bytes more: in `bitmap`, which then has its
+// size, or where that cannot be, in `separate`. Null: no memory.
+uint8_t* MakeRoom(const PngHeader& header, Bitmap& bitmap, ByteArray& separate) {
+  constexpr int64_t kMostBytes = std::numeric_limits<int32_t>::max();
+  const int64_t needed = header.ImageDataSize();
+  const int64_t room = needed + Inflater::kSpareSize;
+  if (!CanShareMemory(header)) {
+    const int64_t size = std::min(room, kMostBytes);
+    return separate.SetSize(static_cast<int32_t>(size)) ? separate.Data() : nullptr;
   }
+  const int64_t pixelBytes = int64_t{header.width} * header.height * int64_t{sizeof(Pixel)};
+  const int64_t start = std::max<int64_t>(pixelBytes - needed, 0);
+  if (!bitmap.ResizeForOverwrite(header.width, header.height, start + room)) return nullptr;
+  return reinterpret_cast<uint8_t*>(bitmap.Row(0)) + start;
+}
+
+// Decompresses the first `needed` bytes into `imageData`. The whole stream is read, and its
+// checksum tested, even so. False also when it gives fewer.
+bool InflateImageData(const ByteArray& compressedData, int32_t needed, uint8_t* imageData) {
   Core::MemoryStream source(compressedData.Data(), static_cast<uint32_t>(compressedData.Size()));
   Inflater inflater(&source);
+  constexpr int64_t kMostBytes = std::numeric_limits<int32_t>::max();
+  const int64_t room = std::min(int64_t{needed} + Inflater::kSpareSize, kMostBytes);
   int32_t obtained = 0;
   return inflater.SetFormat(kZlib) &&
-         inflater.RunInto(imageData.Data(), imageData.Size(), obtained) && obtained >= needed;
+         inflater.RunInto(imageData, static_cast<int32_t>(room), obtained) && obtained >= needed;
 }
 
 // The rows of a file's passes, one after the other.
@@ -178,20 +209,25 @@ class RowDecoder {
   }
 
  private:
-  // Rows are restored in place, so that each finds the restored one before it there.
+  // Rows are restored in place, so that each finds the restored one before it there; only then are
+  // the pixels of that one written (CanShareMemory).
   [[nodiscard]] bool DecodePass(const PngPass& pass) {
     const int32_t passWidth = header_.PassWidth(pass);
     const int32_t passHeight = passWidth > 0 ? header_.PassHeight(pass) : 0;
     const int32_t rowSize = static_cast<int32_t>(header_.RowSize(passWidth));
+    const auto convert = [&](const uint8_t* samples, int32_t y) {
+      Pixel* row = bitmap_.Row(pass.yStart + y * pass.yStep) + pass.xStart;
+      pixels_.ConvertRow(samples, passWidth, row, pass.xStep);
+    };
     const uint8_t* previous = nullptr;
     for (int32_t y = 0; y < passHeight; ++y) {
       const uint8_t filter = *next_++;
       if (!UnfilterPngRow(filter, next_, previous, rowSize, header_.UnitSize())) return false;
-      Pixel* row = bitmap_.Row(pass.yStart + y * pass.yStep) + pass.xStart;
-      pixels_.ConvertRow(next_, passWidth, row, pass.xStep);
+      if (previous != nullptr) convert(previous, y - 1);
       previous = next_;
       next_ += rowSize;
     }
+    if (previous != nullptr) convert(previous, passHeight - 1);
     return true;
   }
 
@@ -206,18 +242,26 @@ class RowDecoder {
 bool DecodePng(Core::Stream& in, Bitmap& bitmap) {
   ChunkContents contents;
   if (!bitmap.Resize(0, 0) || !contents.Read(in)) return false;
-  const int64_t needed = contents.Header().ImageDataSize();
-  ByteArray imageData;
+  const PngHeader& header = contents.Header();
+  const int64_t needed = header.ImageDataSize();
   if (needed > std::numeric_limits<int32_t>::max() ||
+      !CanInflateTo(needed, contents.CompressedData())) {
+    return false;
+  }
+  ByteArray separate;
+  uint8_t* const imageData = MakeRoom(header, bitmap, separate);
+  if (imageData == nullptr ||
       !InflateImageData(contents.CompressedData(), static_cast<int32_t>(needed), imageData)) {
     return false;
   }
   contents.CompressedData().Free();
   // Without pixels there is nothing to keep: the bitmap stays 0 x 0, as a table of two thousand
   // million empty rows would serve nobody. Otherwise the passes reach every pixel.
-  return needed == 0 ||
-         (bitmap.ResizeForOverwrite(contents.Header().width, contents.Header().height) &&
-          RowDecoder(contents, imageData.Data(), bitmap).Decode());
+  if (needed == 0) return true;
+  if (!CanShareMemory(header) && !bitmap.ResizeForOverwrite(header.width, header.height)) {
+    return false;
+  }
+  return RowDecoder(contents, imageData, bitmap).Decode();
 }
 
 bool LoadPng(Core::Stream& in, Bitmap& bitmap) {

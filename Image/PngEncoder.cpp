@@ -6,7 +6,6 @@
 #include "Compression/Crc32.h"
 #include "Compression/DeflateEncoder.h"
 #include "Core/Endian.h"
-#include "Core/MemoryStream.h"
 #include "Core/StreamIo.h"
 #include "Image/PngFormat.h"
 #include "Image/RawImageStream.h"
@@ -44,15 +43,15 @@ bool WriteHeaderChunk(Core::Stream& out, const Bitmap& bitmap) {
          WriteChunkEnd(out, kChunkHeader, data, sizeof data);
 }
 
-// Writes the image data as a zlib stream (RFC 1950). False: the picture is too large, a write
-// failed, or there is no memory.
-bool CompressZlib(const Bitmap& bitmap, Core::MemoryStream& zlib) {
+// Appends the image data as a zlib stream (RFC 1950). False: the picture is too large, the file
+// gets too long, or there is no memory.
+bool CompressZlib(const Bitmap& bitmap, Core::MemoryStream& file) {
   if (!FitsRgbaBuffer(bitmap.Width(), bitmap.Height())) return false;
   RawImageStream source(bitmap);
   if (!source.Create()) return false;
   const std::unique_ptr<DeflateEncoder> encoder(
-      new (std::nothrow) DeflateEncoder(source, zlib, DeflateEncoder::kBestLevel));
-  if (encoder == nullptr || !WriteExactly(zlib, kZlibHeader, sizeof kZlibHeader) ||
+      new (std::nothrow) DeflateEncoder(source, file, DeflateEncoder::kBestLevel));
+  if (encoder == nullptr || !WriteExactly(file, kZlibHeader, sizeof kZlibHeader) ||
       !encoder->Compress()) {
     return false;
   }
@@ -61,21 +60,27 @@ bool CompressZlib(const Bitmap& bitmap, Core::MemoryStream& zlib) {
          encoder->Writer().Flush();
 }
 
-bool WriteImageChunk(Core::Stream& out, Core::MemoryStream& zlib) {
-  const int64_t size = zlib.GetSize();
-  return WriteChunkStart(out, kChunkData, static_cast<uint32_t>(size)) &&
-         WriteAll(out, zlib.GetData(), static_cast<int32_t>(size)) &&
-         WriteChunkEnd(out, kChunkData, zlib.GetData(), static_cast<std::size_t>(size));
+// Compresses to where the data has to stand in the end, and then tells its length before it.
+bool AppendImageChunk(const Bitmap& bitmap, Core::MemoryStream& file) {
+  const int64_t start = file.Tell();
+  if (!WriteChunkStart(file, kChunkData, 0) || !CompressZlib(bitmap, file)) return false;
+  const int64_t dataStart = start + kChunkHeaderSize;
+  const auto length = static_cast<uint32_t>(file.Tell() - dataStart);
+  return file.Seek(start, Core::kFromStart) && WriteChunkStart(file, kChunkData, length) &&
+         file.Seek(length, Core::kFromCurrent) &&
+         WriteChunkEnd(file, kChunkData, file.GetData() + dataStart, length);
 }
 
 }  // namespace
 
+bool EncodePng(const Bitmap& bitmap, Core::MemoryStream& file) {
+  return WriteExactly(file, kPngSignature.data(), static_cast<int32_t>(kPngSignature.size())) &&
+         WriteHeaderChunk(file, bitmap) && AppendImageChunk(bitmap, file) &&
+         WriteChunkStart(file, kChunkEnd, 0) && WriteChunkEnd(file, kChunkEnd, nullptr, 0);
+}
+
 bool SavePng(Core::Stream& out, const Bitmap& bitmap) {
-  if (!WriteExactly(out, kPngSignature.data(), static_cast<int32_t>(kPngSignature.size())) ||
-      !WriteHeaderChunk(out, bitmap)) {
-    return false;
-  }
-  Core::MemoryStream zlib;
-  return CompressZlib(bitmap, zlib) && WriteImageChunk(out, zlib) &&
-         WriteChunkStart(out, kChunkEnd, 0) && WriteChunkEnd(out, kChunkEnd, nullptr, 0);
+  Core::MemoryStream file;
+  return EncodePng(bitmap, file) &&
+         WriteAll(out, file.GetData(), static_cast<int32_t>(file.GetSize()));
 }

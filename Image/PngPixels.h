@@ -30,7 +30,8 @@ class PngPixels {
 
   // Writes the `count` pixels that the restored row data `samples` holds to `pixels`, `step` places
   // apart. 16-bit samples keep their upper byte; a key is compared with all 16 bits.
-  // Requires: header.RowSize(count) bytes at `samples`, and count is not 0.
+  // Requires: header.RowSize(count) bytes at `samples`, and count is not 0. Where the samples stand
+  // in the memory of the pixels, step is 1 and no pixel ends behind the samples of the next one.
   void ConvertRow(const uint8_t* samples, int32_t count, Pixel* pixels, int32_t step) const;
 
  private:

@@ -86,7 +86,7 @@ bool CanOpenOutput() {
 // Deliberate: an output that could not be written whole is left as it stands; nothing is removed.
 ExitStatus WriteOutput(const Bitmap& bitmap) {
   Core::MemoryStream encoded;
-  if (!SavePng(encoded, bitmap)) return CanOpenOutput() ? FailToWrite() : FailToCreate();
+  if (!EncodePng(bitmap, encoded)) return CanOpenOutput() ? FailToWrite() : FailToCreate();
   Core::File file(commandLine.output, kModeNewOutput, Core::kShareAll);
   if (!IsOpen(file)) return FailToCreate();
   const int32_t size = static_cast<int32_t>(encoded.GetSize());  // a stream in memory has no more

@@ -114,13 +114,31 @@ TEST(BitWriter, PacksBitsAndRefusesTwoWayStreamsOnlyWhenAttached) {
   Core::MemoryStream out;
   FaultyStream sink(out, 1000, Fault::kRefuse, ~uint32_t{Core::kReadable});
   {
-    BitWriter writer(out), attached, unattached;
+    BitWriter writer(out), attached;
     EXPECT_TRUE(writer.WriteBits(0b101, 3) && writer.WriteBits(0xFFFFFFFF, 32));
     EXPECT_TRUE(writer.AlignToByte() && writer.WriteByte(0xAB) && writer.WriteBits(1, 1));
-    EXPECT_FALSE(writer.Attach(&out) || writer.Attach(nullptr) || unattached.WriteBits(0, 32));
+    EXPECT_FALSE(writer.Attach(&out) || writer.Attach(nullptr) || attached.WriteBits(0, 32));
     EXPECT_TRUE(attached.Attach(&sink) && attached.WriteByte(7));
   }  // the destructors write the last bits, of the last writer first
   EXPECT_EQ(BytesOf(out), (Bytes{0xFD, 0xFF, 0xFF, 0xFF, 0x07, 0x07, 0xAB, 0x01}));
+}
+
+TEST(BitWriter, HasRoomForBurstsOfAnyLength) {
+  constexpr int kBits = 47;
+  Core::MemoryStream out;
+  BitWriter writer(out);
+  for (int i = 0; i < 5000; ++i) {
+    const int stores = 1 + i / 1000;
+    ASSERT_TRUE(writer.HasRoom(stores));
+    BitWriter::Burst burst = writer.Begin();
+    for (int k = 0; k < stores; ++k) {
+      burst.Put((uint64_t{1} << kBits) - 1, kBits);
+      burst.Store();
+    }
+    writer.End(burst);
+  }
+  ASSERT_TRUE(writer.Flush());
+  EXPECT_EQ(BytesOf(out), Bytes(15000 * kBits / 8, 0xFF));
 }
 
 }  // namespace
