@@ -29,6 +29,13 @@ Bytes RandomLengths(std::mt19937& random, int shortest) {
   return lengths;
 }
 
+TEST(CanonicalCode, RefusesLengthsThatNoCodeHas) {
+  for (const Bytes& lengths : {Bytes{16}, Bytes{0, 255}, Bytes{1, 1, 1}, Bytes{15, 1, 2, 2}}) {
+    uint16_t codes[4];
+    EXPECT_FALSE(AssignCanonicalCodes(lengths.data(), int(lengths.size()), codes)) << lengths[0];
+  }
+}
+
 // Against the list of all patterns.
 TEST(HuffmanTable, KnowsEveryPattern) {
   constexpr uint32_t kPatterns = 1 << kMaxCodeLength;
