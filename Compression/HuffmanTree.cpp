@@ -39,18 +39,17 @@ void HuffmanTree::MergeAll() {
   // In ascending order the leaves are a heap already.
   for (int32_t i = 0; i < leafCount_; ++i) {
     nodes_[i] = {kNone, kNone, kNone, static_cast<int16_t>(SymbolOf(leaves_[i]))};
-    heap_[i + 1] = {leaves_[i], i};
+    heap_[i + 1] = {leaves_[i], static_cast<Index>(i)};
   }
   nodeCount_ = leafCount_;
   heapSize_ = static_cast<uint32_t>(leafCount_);
   while (heapSize_ > 1) {
     const HeapRecord least = Pop();
     const HeapRecord second = Pop();
-    const int32_t joined = nodeCount_++;
-    nodes_[joined] = {kNone, static_cast<int16_t>(least.node), static_cast<int16_t>(second.node),
-                      kNone};
-    nodes_[least.node].parent = static_cast<int16_t>(joined);
-    nodes_[second.node].parent = static_cast<int16_t>(joined);
+    const Index joined = static_cast<Index>(nodeCount_++);
+    nodes_[joined] = {kNone, least.node, second.node, kNone};
+    nodes_[least.node].parent = joined;
+    nodes_[second.node].parent = joined;
     Push({MakeKey(FrequencyOf(least.key) + FrequencyOf(second.key), kInnerNode), joined});
   }
   root_ = heap_[1].node;
@@ -96,7 +95,7 @@ void HuffmanTree::FillByLength() {
   for (int32_t node = root_ - 1; node >= 0; --node) {
     depths[node] = static_cast<uint8_t>(depths[nodes_[node].parent] + 1);
   }
-  for (int32_t i = 0; i < leafCount_; ++i) byLength_[i] = {static_cast<uint16_t>(i), depths[i]};
+  for (int32_t i = 0; i < leafCount_; ++i) byLength_[i] = {static_cast<Index>(i), depths[i]};
 }
 
 // Moves the deepest leaf X beside a leaf Y that still has room below the limit, again and again.
@@ -116,16 +115,16 @@ void HuffmanTree::LimitLengths(int32_t maxLength) {
     ++y.length;
     x.length = y.length;
 
-    const int32_t xNode = x.leaf;
-    const int32_t parent = nodes_[xNode].parent;
-    const int32_t sibling = Unhook(xNode);
+    const Index xNode = x.leaf;
+    const Index parent = nodes_[xNode].parent;
+    const Index sibling = Unhook(xNode);
     for (int32_t i = last - 1; i >= 0; --i) {
       if (byLength_[i].leaf == sibling) {
         --byLength_[i].length;
         break;
       }
     }
-    const int32_t yNode = y.leaf;
+    const Index yNode = y.leaf;
     Replace(yNode, parent);
     nodes_[parent].left = yNode;
     nodes_[parent].right = xNode;
@@ -137,16 +136,16 @@ void HuffmanTree::LimitLengths(int32_t maxLength) {
 
 // Takes a leaf and its parent out of the tree; the sibling, which is returned, takes the parent's
 // place.
-int32_t HuffmanTree::Unhook(int32_t leaf) {
+HuffmanTree::Index HuffmanTree::Unhook(Index leaf) {
   const Node& parent = nodes_[nodes_[leaf].parent];
-  const int32_t sibling = parent.left == leaf ? parent.right : parent.left;
+  const Index sibling = parent.left == leaf ? parent.right : parent.left;
   Replace(nodes_[leaf].parent, sibling);
   return sibling;
 }
 
 // Puts `replacement` where `old` hangs.
-void HuffmanTree::Replace(int32_t old, int32_t replacement) {
-  const int32_t above = nodes_[old].parent;
+void HuffmanTree::Replace(Index old, Index replacement) {
+  const Index above = nodes_[old].parent;
   nodes_[replacement].parent = above;
   if (above == kNone) {
     root_ = replacement;

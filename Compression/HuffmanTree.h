@@ -15,10 +15,12 @@ class HuffmanTree {
   static constexpr uint32_t kMaxFrequencySum = 0x3FFFFF;
   static constexpr int16_t kNone = -1;
 
+  using Index = int16_t;  // of a node
+
   struct Node {
-    int16_t parent;
-    int16_t left;
-    int16_t right;
+    Index parent;
+    Index left;
+    Index right;
     int16_t symbol;  // kNone: an inner node
   };
 
@@ -52,13 +54,13 @@ class HuffmanTree {
 
   struct HeapRecord {
     Key key;
-    int32_t node;
+    Index node;
     bool operator<(const HeapRecord& other) const { return key < other.key; }
   };
 
   // A leaf with its code length, ordered by the length alone.
   struct LeafLength {
-    uint16_t leaf;
+    Index leaf;  // a node
     uint8_t length;
     bool operator<(const LeafLength& other) const { return length < other.length; }
     bool operator==(const LeafLength& other) const { return length == other.length; }
@@ -71,8 +73,8 @@ class HuffmanTree {
   HeapRecord Pop();
   void FillByLength();
   void LimitLengths(int32_t maxLength);
-  int32_t Unhook(int32_t leaf);
-  void Replace(int32_t old, int32_t replacement);
+  Index Unhook(Index leaf);
+  void Replace(Index old, Index replacement);
   void SortedAgain();
 
   std::array<Node, std::size_t{2} * kMaxSymbols> nodes_;

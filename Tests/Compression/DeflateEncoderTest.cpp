@@ -6,6 +6,7 @@
 #include <memory>
 #include <random>
 
+#include "Compression/HashBytes.h"
 #include "Core/MemoryStream.h"
 #include "Tests/Support/Deflated.h"
 #include "Tests/Support/FaultyStream.h"
@@ -75,7 +76,9 @@ TEST(DeflateEncoder, ReachesBackAsFarAsTheFormatAllows) {
 TEST(DeflateEncoder, LazyParsingPaysFromLevelNineOn) {
   const Bytes data = MakeData(DataKind::kFewValues, 9000, 1);
   EXPECT_LT(Deflated(data, 9).size(), Deflated(data, 8).size());
-  EXPECT_EQ(Deflated(data, 256 + 9), Deflated(data, 9)) << "only the low byte counts";
+  EXPECT_EQ(Deflated(data, 256 + 8), Deflated(data, 8)) << "only the low byte counts";
+  const Bytes eight = Deflated(data, 8);
+  EXPECT_EQ(HashBytes(eight.data(), eight.size()), 2497660101u) << "other bytes than ever";
 }
 
 // A destination that refuses at byte n: false, and what arrived before is the true beginning.

@@ -35,6 +35,7 @@ TEST(Inflater, NeedsItsStreamsAndStaysFailed) {
   uint8_t byte = 0;
   int32_t got = 0;
   EXPECT_FALSE(inflater.ReadOutput(&byte, 1, got) || inflater.ReadOutput(&byte, 1, got));
+  EXPECT_EQ(got, 0) << "the bytes of the failed step are dropped";
 }
 
 // The longest symbol there can be, at every distance from the end of the buffered input: 258 zeros

@@ -87,6 +87,8 @@ void TestAgreement(const Bytes& data, uint32_t seed) {
       Match found = {0, 0};
       const bool isFound = longest.FindMatch(window, maxDistance, maxLength, atLeast, found);
       ASSERT_EQ(isFound, expected.length > atLeast) << done << " " << atLeast;
+      ASSERT_FALSE(expected.length > 0 && maxLength >= LongestMatchFinder::kLongKey &&
+                   longest.IsNew(window));
       ASSERT_TRUE(!isFound ||
                   (found.length == expected.length && found.distance == expected.distance))
           << done << ": " << found.distance << " instead of " << expected.distance;
@@ -106,6 +108,9 @@ TEST(LongestMatchFinder, AgreesWithThePlainWalk) {
       TestAgreement(MakeData(kind, size, 7), 1);
       ASSERT_FALSE(HasFatalFailure()) << int(kind) << " " << size;
     }
+  }
+  for (uint32_t seed = 0; seed < 9; ++seed) {  // the only match is as far back as there is data
+    TestAgreement({1, 2, 3, 4, 5, 6, 1, 2, 3, 7, 8}, seed);
   }
   for (const int longest : {2, 9, 70}) {
     TestAgreement(PixelRunsOf(80000, longest, longest), 2);
