@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <random>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -192,6 +193,22 @@ TEST(BoundedSort, EndsTheProgramWhenItIsTooDeep) {
               "^$");
   EXPECT_EXIT(BoundedSort<Order::kPartial>(records.data(), 0, 257, 0), testing::ExitedWithCode(1),
               "^$");
+}
+
+// The order decides which symbols get the shorter codes, so it is to stay as it is.
+TEST(BoundedSort, LeavesEqualRecordsInAnOrderOfItsOwn) {
+  struct Record {
+    char key, name;
+    bool operator<(const Record& other) const { return key < other.key; }
+    bool operator==(const Record& other) const { return key == other.key; }
+  };
+  std::vector<Record> records;
+  for (char key : std::string("13003131300103"))
+    records.push_back({key, char('a' + records.size())});
+  BoundedSort<Order::kPartial>(records.data(), 0, 13, 0);
+  std::string names;
+  for (const Record& record : records) names += record.name;
+  EXPECT_EQ(names, "cdjmkahlfeibng");
 }
 
 TEST(HuffmanTree, IsDumpedLeftToRight) {
