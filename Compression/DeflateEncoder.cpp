@@ -51,6 +51,7 @@ bool DeflateEncoder::Parse(int32_t& count, int32_t reserve) {
   int32_t done = 0;
   while (done < count) {
     const int32_t lookahead = count - done + reserve;
+    // What Step would do, and mostly does in pictures that hardly repeat.
     if (IsLazy() && !pending_.isPending && lookahead >= LongestMatchFinder::kLongKey &&
         longestFinder_.IsNew(window_)) {
       tokens_.AppendLiteral(*window_.Here());

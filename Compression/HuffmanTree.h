@@ -12,7 +12,7 @@
 class HuffmanTree {
  public:
   static constexpr int32_t kMaxSymbols = kLiteralLengthSymbols;  // the largest alphabet of deflate
-  static constexpr uint32_t kMaxFrequencySum = 0x3FFFFF;
+  static constexpr uint32_t kMaxFrequencySum = 0x3FFFFF;         // far more than a block has tokens
   static constexpr int16_t kNone = -1;
 
   using Index = int16_t;  // of a node
@@ -60,7 +60,7 @@ class HuffmanTree {
 
   // A leaf with its code length, ordered by the length alone.
   struct LeafLength {
-    Index leaf;  // a node
+    Index leaf;  // the place in leaves_, and the node of that number
     uint8_t length;
     bool operator<(const LeafLength& other) const { return length < other.length; }
     bool operator==(const LeafLength& other) const { return length == other.length; }

@@ -163,16 +163,18 @@ bool CanShareMemory(const PngHeader& header) {
   return header.interlace != kPngAdam7 && header.bitDepth <= 8 && header.ImageDataSize() > 0;
 }
 
-// The place for the image data and Inflater::kSpareSize bytes more: in `bitmap`, which then has its
-// size, or where that cannot be, in `separate`. Null: no memory.
-uint8_t* MakeRoom(const PngHeader& header, Bitmap& bitmap, ByteArray& separate) {
+// The bytes to decompress `needed` into, with Inflater::kSpareSize more as far as there can be.
+int32_t RoomFor(int64_t needed) {
   constexpr int64_t kMostBytes = std::numeric_limits<int32_t>::max();
+  return static_cast<int32_t>(std::min(needed + Inflater::kSpareSize, kMostBytes));
+}
+
+// The place for the image data, with RoomFor it: in `bitmap`, which then has its size, or where
+// that cannot be, in `separate`. Null: no memory.
+uint8_t* MakeRoom(const PngHeader& header, Bitmap& bitmap, ByteArray& separate) {
   const int64_t needed = header.ImageDataSize();
-  const int64_t room = needed + Inflater::kSpareSize;
-  if (!CanShareMemory(header)) {
-    const int64_t size = std::min(room, kMostBytes);
-    return separate.SetSize(static_cast<int32_t>(size)) ? separate.Data() : nullptr;
-  }
+  const int32_t room = RoomFor(needed);
+  if (!CanShareMemory(header)) return separate.SetSize(room) ? separate.Data() : nullptr;
   const int64_t pixelBytes = int64_t{header.width} * header.height * int64_t{sizeof(Pixel)};
   const int64_t start = std::max<int64_t>(pixelBytes - needed, 0);
   if (!bitmap.ResizeForOverwrite(header.width, header.height, start + room)) return nullptr;
@@ -184,11 +186,9 @@ uint8_t* MakeRoom(const PngHeader& header, Bitmap& bitmap, ByteArray& separate) 
 bool InflateImageData(const ByteArray& compressedData, int32_t needed, uint8_t* imageData) {
   Core::MemoryStream source(compressedData.Data(), static_cast<uint32_t>(compressedData.Size()));
   Inflater inflater(&source);
-  constexpr int64_t kMostBytes = std::numeric_limits<int32_t>::max();
-  const int64_t room = std::min(int64_t{needed} + Inflater::kSpareSize, kMostBytes);
   int32_t obtained = 0;
-  return inflater.SetFormat(kZlib) &&
-         inflater.RunInto(imageData, static_cast<int32_t>(room), obtained) && obtained >= needed;
+  return inflater.SetFormat(kZlib) && inflater.RunInto(imageData, RoomFor(needed), obtained) &&
+         obtained >= needed;
 }
 
 // The rows of a file's passes, one after the other.
