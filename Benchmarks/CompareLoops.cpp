@@ -15,8 +15,8 @@
 #include "Benchmarks/HeapTrace.h"
 #include "Benchmarks/Measure.h"
 #include "Benchmarks/Stages.h"
-#include "Compression/Adler32.h"
-#include "Compression/Crc32.h"
+#include "Compression/Checksums/Adler32.h"
+#include "Compression/Checksums/Crc32.h"
 #include "Memory/GlobalHeap.h"
 
 namespace {

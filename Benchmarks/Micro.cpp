@@ -14,8 +14,8 @@
 #include "Benchmarks/Peers/Baseline.h"
 #include "Benchmarks/Peers/BestKnown.h"
 #include "Benchmarks/Stages.h"
-#include "Compression/Adler32.h"
-#include "Compression/Crc32.h"
+#include "Compression/Checksums/Adler32.h"
+#include "Compression/Checksums/Crc32.h"
 #include "Image/PngEncoder.h"
 #include "Tool/AlphaRepair.h"
 

@@ -5,9 +5,9 @@
 #include <new>
 
 #include "Benchmarks/Peers/Picture.h"
-#include "Compression/DeflateEncoder.h"
-#include "Compression/InflateContainer.h"
-#include "Compression/Inflater.h"
+#include "Compression/Deflate/DeflateEncoder.h"
+#include "Compression/Inflate/InflateContainer.h"
+#include "Compression/Inflate/Inflater.h"
 #include "Core/MemoryStream.h"
 #include "Image/Bitmap.h"
 #include "Image/PngDecoder.h"

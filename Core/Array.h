@@ -15,6 +15,8 @@
 
 #include "Memory/GlobalHeap.h"
 
+namespace Core {
+
 // The capacity that follows from growing `capacity` step by step (c + 1 up to 2, then half as much
 // again) until it holds `needed`: 1, 2, 3, 4, 6, 9, 13, 19, 28, 42, ... Formed in 64 bits and held
 // at the largest 32-bit size, where the 32-bit product would wrap and never reach `needed`.
@@ -142,3 +144,5 @@ class Array {
 
 using ByteArray = Array<uint8_t>;
 static_assert(sizeof(ByteArray) == 16, "data, size, capacity");
+
+}  // namespace Core

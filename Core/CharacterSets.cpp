@@ -7,6 +7,8 @@
 #include <cstring>
 #include <limits>
 
+namespace Core {
+
 namespace {
 
 constexpr int kByteValues = 256;
@@ -255,3 +257,5 @@ int32_t EncodeUtf8Character(int32_t codePoint, char* buffer, int32_t capacity) {
   buffer[0] = static_cast<char>(0xFF00 >> length | codePoint);
   return length;
 }
+
+}  // namespace Core

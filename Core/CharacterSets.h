@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+namespace Core {
+
 // The sets. Any other id converts as UTF-8.
 enum CodePage : uint32_t {
   kCodePageDefault = 0,  // the process-wide default: UTF-8 unless SelectCodePage changed it
@@ -38,3 +40,5 @@ int32_t DecodeUtf8Character(const char*& position, const char* end);
 // Writes the UTF-8 sequence of `codePoint` and returns its length in bytes; 0, with nothing
 // written, when the code point is negative or the sequence is longer than `capacity`.
 int32_t EncodeUtf8Character(int32_t codePoint, char* buffer, int32_t capacity);
+
+}  // namespace Core

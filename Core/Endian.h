@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace Core {
+
 constexpr uint32_t LoadLittle32(const uint8_t* bytes) {
   return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 |
          uint32_t{bytes[3]} << 24;
@@ -44,3 +46,5 @@ constexpr void StoreBig32(uint8_t* bytes, uint32_t value) {
 constexpr uint32_t SwapBytes32(uint32_t value) {
   return value >> 24 | (value >> 8 & 0xFF00) | (value << 8 & 0xFF0000) | value << 24;
 }
+
+}  // namespace Core

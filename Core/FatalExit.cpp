@@ -4,6 +4,8 @@
 
 #include "Core/String.h"
 
+namespace Core {
+
 namespace {
 
 constexpr int kAssertionStatus = 1;
@@ -26,3 +28,5 @@ void AssertionFailed(const char* expression, int line, const char* unit) {
       message.Format("Assertion failed: %s at line %d in file %s", expression, line, unit);
   FatalExit(formatted ? message.ToNarrow() : expression, kAssertionStatus);
 }
+
+}  // namespace Core

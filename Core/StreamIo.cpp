@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-using Core::Stream;
+namespace Core {
 
 namespace {
 
@@ -33,7 +33,7 @@ bool WriteExactly(Stream& destination, const void* buffer, int32_t count) {
   return destination.Write(buffer, count, done) && done == static_cast<uint32_t>(count);
 }
 
-bool WriteAll(Stream& destination, const uint8_t* bytes, int32_t count) {
+bool WriteInPieces(Stream& destination, const uint8_t* bytes, int32_t count) {
   constexpr int32_t kMostPerCall = 1 << 30;  // Linux takes up to a page less than 2 GiB
   while (count > 0) {
     const int32_t size = std::min(count, kMostPerCall);
@@ -76,10 +76,10 @@ bool WriteZeros(Stream& destination, int32_t count) {
 }
 
 bool ReadAll(Stream& source, ByteArray& out) {
-  if ((source.GetCaps() & Core::kSeekable) != 0) {
+  if ((source.GetCaps() & kSeekable) != 0) {
     const int64_t size = source.GetSize();
     if (size < 0 || size > std::numeric_limits<int32_t>::max()) return false;
-    return source.Seek(0, Core::kFromStart) && out.SetSize(static_cast<int32_t>(size)) &&
+    return source.Seek(0, kFromStart) && out.SetSize(static_cast<int32_t>(size)) &&
            ReadExactly(source, out.Data(), static_cast<int32_t>(size));
   }
   uint8_t piece[kAppendPieceSize];
@@ -90,3 +90,5 @@ bool ReadAll(Stream& source, ByteArray& out) {
     if (!out.AppendAll(piece, static_cast<int32_t>(done))) return false;
   }
 }
+
+}  // namespace Core

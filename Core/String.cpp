@@ -7,8 +7,10 @@
 #include <limits>
 #include <new>
 
-#include "Compression/HashBytes.h"
+#include "Compression/Checksums/HashBytes.h"
 #include "Core/CharacterSets.h"
+
+namespace Core {
 
 // The header of a block; the elements follow it.
 struct String::Block {
@@ -130,3 +132,5 @@ void String::Share() const {
   if (text_ != nullptr) ++text_->references;
   if (narrow_ != nullptr) ++narrow_->references;
 }
+
+}  // namespace Core

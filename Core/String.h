@@ -11,6 +11,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace Core {
+
 class String {
  public:
   // The empty string; no block.
@@ -53,3 +55,5 @@ class String {
   Block* text_ = nullptr;            // code points
   mutable Block* narrow_ = nullptr;  // renders text_, or null
 };
+
+}  // namespace Core

@@ -13,7 +13,7 @@ namespace {
 
 struct Expected {
   std::string letters;  // of all switches
-  String input, output;
+  Core::String input, output;
   std::string message;
   bool isUsage = false;
 

@@ -3,7 +3,7 @@
 //   level, size, operations: literals, noise, or a copy from further back
 #include <algorithm>
 
-#include "Compression/HashBytes.h"
+#include "Compression/Checksums/HashBytes.h"
 #include "Fuzz/Check.h"
 #include "Tests/Support/Deflated.h"
 

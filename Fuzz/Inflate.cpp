@@ -3,7 +3,7 @@
 //   container, limit, stream
 #include <algorithm>
 
-#include "Compression/Adler32.h"
+#include "Compression/Checksums/Adler32.h"
 #include "Core/Endian.h"
 #include "Fuzz/Check.h"
 #include "Tests/Support/Deflated.h"
@@ -35,7 +35,7 @@ Inflated Pull(const Bytes& stream, int32_t format, int64_t most, int32_t size) {
 void SetAdler(Bytes& stream) {
   const Bytes bare(stream.begin() + 2, stream.end() - 4);
   const Bytes output = Inflate(bare, kRawDeflate).output;
-  StoreBig32(&*stream.end() - 4, Adler32(output.data(), output.size(), kAdler32Initial));
+  Core::StoreBig32(&*stream.end() - 4, Adler32(output.data(), output.size(), kAdler32Initial));
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 //   width, threshold, pixels
 #include <algorithm>
 
-#include "Compression/HashBytes.h"
+#include "Compression/Checksums/HashBytes.h"
 #include "Fuzz/Check.h"
 #include "Tests/Support/SlowRepair.h"
 #include "Tool/AlphaRepair.h"

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "Compression/HashBytes.h"
+#include "Compression/Checksums/HashBytes.h"
 #include "Core/CharacterSets.h"
 #include "Core/String.h"
 #include "Fuzz/Check.h"
@@ -30,10 +30,10 @@ To Convert(auto function, const From& source, uint32_t codePage, int32_t capacit
 }
 
 Text Decode(const std::string& bytes, uint32_t codePage, int32_t capacity = 0) {
-  return Convert<Text>(DecodeText, bytes, codePage, capacity);
+  return Convert<Text>(Core::DecodeText, bytes, codePage, capacity);
 }
 std::string Encode(const Text& text, uint32_t codePage, int32_t capacity = 0) {
-  return Convert<std::string>(EncodeText, text, codePage, capacity);
+  return Convert<std::string>(Core::EncodeText, text, codePage, capacity);
 }
 
 void TestDecoding(const std::string& bytes, uint32_t codePage, int32_t capacity) {
@@ -50,10 +50,10 @@ void TestEncoding(const Text& text, uint32_t codePage, int32_t capacity) {
     const std::string sequence = Encode({codePoint}, codePage);
     whole += sequence;
     if (cut.size() + sequence.size() <= static_cast<uint32_t>(capacity)) cut += sequence;
-    if (codePage != kCodePageUtf8) continue;
+    if (codePage != Core::kCodePageUtf8) continue;
     const char* position = sequence.data();
     const char* const end = position + sequence.size();
-    Check(DecodeUtf8Character(position, end) == std::max(codePoint, -1) && position == end);
+    Check(Core::DecodeUtf8Character(position, end) == std::max(codePoint, -1) && position == end);
   }
   Check(Encode(text, codePage) == whole && Encode(text, codePage, capacity) == cut);
 }
@@ -61,10 +61,10 @@ void TestEncoding(const Text& text, uint32_t codePage, int32_t capacity) {
 // A string keeps its text when it is shared and the other one is gone.
 void TestString(const std::string& bytes, uint32_t codePage) {
   const Text text = Decode(bytes, codePage);
-  const std::string narrow = Encode(text, kCodePageDefault);
-  String first;
+  const std::string narrow = Encode(text, Core::kCodePageDefault);
+  Core::String first;
   Check(first.Assign(codePage, bytes.data(), bytes.data() + bytes.size()));
-  const String second(first);
+  const Core::String second(first);
   first.Release();
   Check(second.IsEmpty() == text.empty() && first.IsEmpty());
   Check(second.Hash() == HashBytes(reinterpret_cast<const uint8_t*>(text.data()), 4 * text.size()));

@@ -17,7 +17,7 @@ constexpr int kResizeAssertionLine = 17;
 
 Bitmap::Bitmap(int32_t width, int32_t height) {
   if (!Resize(width, height)) {
-    AssertionFailed("Resize( nw, nh )", kResizeAssertionLine, "Image/Bitmap");
+    Core::AssertionFailed("Resize( nw, nh )", kResizeAssertionLine, "Image/Bitmap");
   }
 }
 
@@ -37,7 +37,7 @@ bool Bitmap::Resize(int32_t width, int32_t height) {
     rows_.Free();
     pixels_.Free();
   }
-  Array<Pixel> resized;
+  Core::Array<Pixel> resized;
   if (!resized.SetSize(count)) {
     Clear();
     return false;

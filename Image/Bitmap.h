@@ -56,6 +56,6 @@ class Bitmap {
 
   int32_t width_ = 0;
   int32_t height_ = 0;
-  Array<RowEntry> rows_;  // one entry a row, top row first
-  Array<Pixel> pixels_;   // rows_[y].pixels == pixels_.Data() + y * width_
+  Core::Array<RowEntry> rows_;  // one entry a row, top row first
+  Core::Array<Pixel> pixels_;   // rows_[y].pixels == pixels_.Data() + y * width_
 };

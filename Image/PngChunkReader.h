@@ -16,4 +16,4 @@ struct PngChunk {
 
 // Appends the data of `chunk` to `data` and reads the CRC behind it. False: the file ends, the CRC
 // is wrong, or there is no memory. Memory is taken as the bytes arrive, whatever length is claimed.
-[[nodiscard]] bool ReadChunkData(Core::Stream& in, const PngChunk& chunk, ByteArray& data);
+[[nodiscard]] bool ReadChunkData(Core::Stream& in, const PngChunk& chunk, Core::ByteArray& data);

@@ -4,8 +4,8 @@
 #include <array>
 #include <limits>
 
-#include "Compression/DeflateFormat.h"
-#include "Compression/Inflater.h"
+#include "Compression/Format/DeflateFormat.h"
+#include "Compression/Inflate/Inflater.h"
 #include "Core/Array.h"
 #include "Core/Endian.h"
 #include "Core/MemoryStream.h"
@@ -26,21 +26,21 @@ class ChunkContents {
 
   const PngHeader& Header() const { return header_; }
   const PngColors& Colors() const { return colors_; }
-  ByteArray& CompressedData() { return compressedData_; }
+  Core::ByteArray& CompressedData() { return compressedData_; }
 
  private:
   enum class DataRun { kNone, kOpen, kEnded };  // the IDAT chunks must stand together
 
   [[nodiscard]] bool ReadHeader(Core::Stream& in);
   [[nodiscard]] bool BeginDataChunk();
-  [[nodiscard]] bool Interpret(const PngChunk& chunk, const ByteArray& data);
-  [[nodiscard]] bool InterpretPalette(const ByteArray& data);
-  [[nodiscard]] bool InterpretTransparency(const ByteArray& data);
-  [[nodiscard]] bool InterpretKey(const ByteArray& data, int32_t sampleCount);
+  [[nodiscard]] bool Interpret(const PngChunk& chunk, const Core::ByteArray& data);
+  [[nodiscard]] bool InterpretPalette(const Core::ByteArray& data);
+  [[nodiscard]] bool InterpretTransparency(const Core::ByteArray& data);
+  [[nodiscard]] bool InterpretKey(const Core::ByteArray& data, int32_t sampleCount);
 
   PngHeader header_ = {};
   PngColors colors_;
-  ByteArray compressedData_;  // of all IDAT chunks in their order
+  Core::ByteArray compressedData_;  // of all IDAT chunks in their order
   bool hasPalette_ = false;
   DataRun dataRun_ = DataRun::kNone;
 };
@@ -53,11 +53,11 @@ bool ReadKnownGenerationHeader(Core::Stream& in, PngChunk& chunk) {
 
 bool ChunkContents::Read(Core::Stream& in) {
   std::array<uint8_t, kPngSignature.size()> signature;
-  if (!ReadExactly(in, signature.data(), signature.size()) || signature != kPngSignature ||
+  if (!Core::ReadExactly(in, signature.data(), signature.size()) || signature != kPngSignature ||
       !ReadHeader(in)) {
     return false;
   }
-  ByteArray data;
+  Core::ByteArray data;
   while (true) {
     PngChunk chunk;
     if (!ReadKnownGenerationHeader(in, chunk)) return false;
@@ -75,7 +75,7 @@ bool ChunkContents::Read(Core::Stream& in) {
 
 bool ChunkContents::ReadHeader(Core::Stream& in) {
   PngChunk chunk;
-  ByteArray data;
+  Core::ByteArray data;
   return ReadKnownGenerationHeader(in, chunk) && FoldedChunkType(chunk.type) == kChunkHeader &&
          ReadChunkData(in, chunk, data) && ParsePngHeader(data.Data(), data.Size(), header_);
 }
@@ -89,7 +89,7 @@ bool ChunkContents::BeginDataChunk() {
 }
 
 // Any chunk but IHDR, IDAT and IEND.
-bool ChunkContents::Interpret(const PngChunk& chunk, const ByteArray& data) {
+bool ChunkContents::Interpret(const PngChunk& chunk, const Core::ByteArray& data) {
   const uint32_t type = FoldedChunkType(chunk.type);
   if (type == kChunkPalette) return InterpretPalette(data);
   if (dataRun_ == DataRun::kOpen) dataRun_ = DataRun::kEnded;
@@ -99,7 +99,7 @@ bool ChunkContents::Interpret(const PngChunk& chunk, const ByteArray& data) {
   return (chunk.type & kChunkAncillaryBit) != 0;
 }
 
-bool ChunkContents::InterpretPalette(const ByteArray& data) {
+bool ChunkContents::InterpretPalette(const Core::ByteArray& data) {
   constexpr int32_t kEntrySize = 3;
   if (hasPalette_ || dataRun_ != DataRun::kNone || header_.colorType == kPngGrey ||
       header_.colorType == kPngGreyAlpha || data.Size() % kEntrySize != 0) {
@@ -114,7 +114,7 @@ bool ChunkContents::InterpretPalette(const ByteArray& data) {
   return true;
 }
 
-bool ChunkContents::InterpretTransparency(const ByteArray& data) {
+bool ChunkContents::InterpretTransparency(const Core::ByteArray& data) {
   switch (header_.colorType) {
     case kPngGrey:
       return InterpretKey(data, 1);
@@ -131,11 +131,11 @@ bool ChunkContents::InterpretTransparency(const ByteArray& data) {
   }
 }
 
-bool ChunkContents::InterpretKey(const ByteArray& data, int32_t sampleCount) {
+bool ChunkContents::InterpretKey(const Core::ByteArray& data, int32_t sampleCount) {
   constexpr int32_t kSampleSize = 2;
   if (data.Size() < sampleCount * kSampleSize) return false;
   for (int32_t i = 0; i < sampleCount; ++i) {
-    colors_.key[i] = LoadBig16(data.Data() + int64_t{i} * kSampleSize);
+    colors_.key[i] = Core::LoadBig16(data.Data() + int64_t{i} * kSampleSize);
   }
   colors_.hasKey = true;
   return true;
@@ -143,7 +143,7 @@ bool ChunkContents::InterpretKey(const ByteArray& data, int32_t sampleCount) {
 
 // Whether so much compressed data can come to `size` bytes: a match of 258 bytes costs a bit at the
 // least. What a header claims beyond that takes no memory.
-bool CanInflateTo(int64_t size, const ByteArray& compressedData) {
+bool CanInflateTo(int64_t size, const Core::ByteArray& compressedData) {
   constexpr int64_t kMostFromAByte = int64_t{8} * kMaxMatchLength;
   return size <= kMostFromAByte * compressedData.Size();
 }
@@ -171,7 +171,7 @@ int32_t RoomFor(int64_t needed) {
 
 // The place for the image data, with RoomFor it: in `bitmap`, which then has its size, or where
 // that cannot be, in `separate`. Null: no memory.
-uint8_t* MakeRoom(const PngHeader& header, Bitmap& bitmap, ByteArray& separate) {
+uint8_t* MakeRoom(const PngHeader& header, Bitmap& bitmap, Core::ByteArray& separate) {
   const int64_t needed = header.ImageDataSize();
   const int32_t room = RoomFor(needed);
   if (!CanShareMemory(header)) return separate.SetSize(room) ? separate.Data() : nullptr;
@@ -183,7 +183,7 @@ uint8_t* MakeRoom(const PngHeader& header, Bitmap& bitmap, ByteArray& separate) 
 
 // Decompresses the first `needed` bytes into `imageData`. The whole stream is read, and its
 // checksum tested, even so. False also when it gives fewer.
-bool InflateImageData(const ByteArray& compressedData, int32_t needed, uint8_t* imageData) {
+bool InflateImageData(const Core::ByteArray& compressedData, int32_t needed, uint8_t* imageData) {
   Core::MemoryStream source(compressedData.Data(), static_cast<uint32_t>(compressedData.Size()));
   Inflater inflater(&source);
   int32_t obtained = 0;
@@ -248,7 +248,7 @@ bool DecodePng(Core::Stream& in, Bitmap& bitmap) {
       !CanInflateTo(needed, contents.CompressedData())) {
     return false;
   }
-  ByteArray separate;
+  Core::ByteArray separate;
   uint8_t* const imageData = MakeRoom(header, bitmap, separate);
   if (imageData == nullptr ||
       !InflateImageData(contents.CompressedData(), static_cast<int32_t>(needed), imageData)) {

@@ -3,8 +3,8 @@
 #include <memory>
 #include <new>
 
-#include "Compression/Crc32.h"
-#include "Compression/DeflateEncoder.h"
+#include "Compression/Checksums/Crc32.h"
+#include "Compression/Deflate/DeflateEncoder.h"
 #include "Core/Endian.h"
 #include "Core/StreamIo.h"
 #include "Image/PngFormat.h"
@@ -21,25 +21,26 @@ static_assert((kZlibHeader[0] * 256 + kZlibHeader[1]) % 31 == 0);
 // behind.
 bool WriteChunkStart(Core::Stream& out, uint32_t type, uint32_t length) {
   uint8_t bytes[kChunkHeaderSize];
-  StoreBig32(bytes, length);
-  StoreBig32(bytes + 4, type);
-  return WriteExactly(out, bytes, sizeof bytes);
+  Core::StoreBig32(bytes, length);
+  Core::StoreBig32(bytes + 4, type);
+  return Core::WriteExactly(out, bytes, sizeof bytes);
 }
 
 bool WriteChunkEnd(Core::Stream& out, uint32_t type, const uint8_t* data, std::size_t length) {
   uint8_t bytes[kChunkCrcSize];
-  StoreBig32(bytes, type);
-  StoreBig32(bytes, Crc32(data, length, Crc32(bytes, sizeof bytes, 0)));
-  return WriteExactly(out, bytes, sizeof bytes);
+  Core::StoreBig32(bytes, type);
+  Core::StoreBig32(bytes, Crc32(data, length, Crc32(bytes, sizeof bytes, 0)));
+  return Core::WriteExactly(out, bytes, sizeof bytes);
 }
 
 bool WriteHeaderChunk(Core::Stream& out, const Bitmap& bitmap) {
   uint8_t data[kPngHeaderSize] = {};  // compression, filter and interlace methods are 0
-  StoreBig32(data, static_cast<uint32_t>(bitmap.Width()));
-  StoreBig32(data + 4, static_cast<uint32_t>(bitmap.Height()));
+  Core::StoreBig32(data, static_cast<uint32_t>(bitmap.Width()));
+  Core::StoreBig32(data + 4, static_cast<uint32_t>(bitmap.Height()));
   data[8] = 8;
   data[9] = kPngTruecolorAlpha;
-  return WriteChunkStart(out, kChunkHeader, sizeof data) && WriteExactly(out, data, sizeof data) &&
+  return WriteChunkStart(out, kChunkHeader, sizeof data) &&
+         Core::WriteExactly(out, data, sizeof data) &&
          WriteChunkEnd(out, kChunkHeader, data, sizeof data);
 }
 
@@ -51,12 +52,12 @@ bool CompressZlib(const Bitmap& bitmap, Core::MemoryStream& file) {
   if (!source.Create()) return false;
   const std::unique_ptr<DeflateEncoder> encoder(
       new (std::nothrow) DeflateEncoder(source, file, DeflateEncoder::kBestLevel));
-  if (encoder == nullptr || !WriteExactly(file, kZlibHeader, sizeof kZlibHeader) ||
+  if (encoder == nullptr || !Core::WriteExactly(file, kZlibHeader, sizeof kZlibHeader) ||
       !encoder->Compress()) {
     return false;
   }
   // The checksum is stored most significant byte first, the bit writer sends the least first.
-  return encoder->Writer().WriteBits(SwapBytes32(source.Checksum()), 32) &&
+  return encoder->Writer().WriteBits(Core::SwapBytes32(source.Checksum()), 32) &&
          encoder->Writer().Flush();
 }
 
@@ -74,7 +75,8 @@ bool AppendImageChunk(const Bitmap& bitmap, Core::MemoryStream& file) {
 }  // namespace
 
 bool EncodePng(const Bitmap& bitmap, Core::MemoryStream& file) {
-  return WriteExactly(file, kPngSignature.data(), static_cast<int32_t>(kPngSignature.size())) &&
+  return Core::WriteExactly(file, kPngSignature.data(),
+                            static_cast<int32_t>(kPngSignature.size())) &&
          WriteHeaderChunk(file, bitmap) && AppendImageChunk(bitmap, file) &&
          WriteChunkStart(file, kChunkEnd, 0) && WriteChunkEnd(file, kChunkEnd, nullptr, 0);
 }
@@ -82,5 +84,5 @@ bool EncodePng(const Bitmap& bitmap, Core::MemoryStream& file) {
 bool SavePng(Core::Stream& out, const Bitmap& bitmap) {
   Core::MemoryStream file;
   return EncodePng(bitmap, file) &&
-         WriteAll(out, file.GetData(), static_cast<int32_t>(file.GetSize()));
+         Core::WriteInPieces(out, file.GetData(), static_cast<int32_t>(file.GetSize()));
 }

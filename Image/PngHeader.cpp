@@ -34,8 +34,8 @@ int32_t PassSize(int32_t size, int32_t start, int32_t step) {
 
 bool ParsePngHeader(const uint8_t* data, int32_t length, PngHeader& header) {
   if (length < kPngHeaderSize) return false;
-  const uint32_t width = LoadBig32(data);
-  const uint32_t height = LoadBig32(data + 4);
+  const uint32_t width = Core::LoadBig32(data);
+  const uint32_t height = Core::LoadBig32(data + 4);
   const uint8_t compression = data[10];
   const uint8_t filterMethod = data[11];
   header = {static_cast<int32_t>(width), static_cast<int32_t>(height), data[8], data[9], data[12]};

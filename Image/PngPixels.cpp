@@ -36,11 +36,11 @@ Pixel Opaque(Pixel color) { return color | ~kColorMask; }
 Pixel WithAlphaUnlessKey(Pixel color, bool isKey) { return isKey ? color : Opaque(color); }
 
 // The colour, without alpha, of bytes red, green, blue, anything, loaded as a little-endian number.
-Pixel ColorOf(uint32_t bytes) { return SwapBytes32(bytes) >> 8; }
+Pixel ColorOf(uint32_t bytes) { return Core::SwapBytes32(bytes) >> 8; }
 
 void ConvertRgba8(const uint8_t* samples, const PixelRow& row) {
   FillRow(row, [=](int32_t i) {
-    const uint32_t unit = LoadLittle32(samples + int64_t{i} * 4);
+    const uint32_t unit = Core::LoadLittle32(samples + int64_t{i} * 4);
     return (unit & 0xFF00FF00) | (unit & 0xFF) << 16 | (unit >> 16 & 0xFF);
   });
 }
@@ -55,15 +55,16 @@ void ConvertRgb8(const PngColors& colors, const uint8_t* samples, PixelRow row) 
   const Pixel lastColor = PackPixel(lastUnit[0], lastUnit[1], lastUnit[2], 0);
   Pixel& lastPixel = row.pixels[last * row.step];
   if (!colors.hasKey || (red | green | blue) > 0xFF) {  // no sample of 8 bits equals a larger key
-    FillRow(row,
-            [=](int32_t i) { return Opaque(ColorOf(LoadLittle32(samples + int64_t{i} * kUnit))); });
+    FillRow(row, [=](int32_t i) {
+      return Opaque(ColorOf(Core::LoadLittle32(samples + int64_t{i} * kUnit)));
+    });
     lastPixel = Opaque(lastColor);
     return;
   }
   const Pixel key = PackPixel(static_cast<uint8_t>(red), static_cast<uint8_t>(green),
                               static_cast<uint8_t>(blue), 0);
   FillRow(row, [=](int32_t i) {
-    const Pixel color = ColorOf(LoadLittle32(samples + int64_t{i} * kUnit));
+    const Pixel color = ColorOf(Core::LoadLittle32(samples + int64_t{i} * kUnit));
     return WithAlphaUnlessKey(color, color == key);
   });
   lastPixel = WithAlphaUnlessKey(lastColor, lastColor == key);
@@ -79,7 +80,7 @@ void ConvertGreyAlpha8(const uint8_t* samples, const PixelRow& row) {
 void ConvertGrey16(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
   FillRow(row, [&](int32_t i) {
     const uint8_t* unit = samples + int64_t{i} * 2;
-    const bool isKey = colors.hasKey && LoadBig16(unit) == colors.key[0];
+    const bool isKey = colors.hasKey && Core::LoadBig16(unit) == colors.key[0];
     return WithAlphaUnlessKey(PackPixel(unit[0], unit[0], unit[0], 0), isKey);
   });
 }
@@ -87,8 +88,9 @@ void ConvertGrey16(const PngColors& colors, const uint8_t* samples, const PixelR
 void ConvertRgb16(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
   FillRow(row, [&](int32_t i) {
     const uint8_t* unit = samples + int64_t{i} * 6;
-    const bool isKey = colors.hasKey && LoadBig16(unit) == colors.key[0] &&
-                       LoadBig16(unit + 2) == colors.key[1] && LoadBig16(unit + 4) == colors.key[2];
+    const bool isKey = colors.hasKey && Core::LoadBig16(unit) == colors.key[0] &&
+                       Core::LoadBig16(unit + 2) == colors.key[1] &&
+                       Core::LoadBig16(unit + 4) == colors.key[2];
     return WithAlphaUnlessKey(PackPixel(unit[0], unit[2], unit[4], 0), isKey);
   });
 }

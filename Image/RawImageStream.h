@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "Compression/Adler32.h"
+#include "Compression/Checksums/Adler32.h"
 #include "Core/Array.h"
 #include "Core/Stream.h"
 #include "Image/Bitmap.h"
@@ -31,7 +31,7 @@ class RawImageStream final : public Core::Stream {
   void MakeRow();
 
   const Bitmap& bitmap_;
-  ByteArray row_;
+  Core::ByteArray row_;
   int32_t taken_ = 0;    // bytes of the row that have been read
   int32_t nextRow_ = 0;  // of the bitmap
   uint32_t checksum_ = kAdler32Initial;

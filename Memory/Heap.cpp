@@ -87,11 +87,11 @@ bool Heap::FreeBlockUnlocked(void* payload) {
   if (block->previous != nullptr && !IsInUse(block->previous)) {
     block = block->previous;
     freeLists_.Unlink(block);
-    AbsorbNext(block);
+    Coalesce(block);
   }
   if (!IsInUse(NextBlock(block))) {
     freeLists_.Unlink(NextBlock(block));
-    AbsorbNext(block);
+    Coalesce(block);
   }
   freeLists_.Link(block);
   return true;
@@ -110,7 +110,7 @@ bool Heap::ResizeInPlaceUnlocked(void* payload, uint64_t size) {
     const uint64_t gain = kHeaderSize + PayloadSize(next);
     if (PayloadSize(block) + gain < size) return false;
     freeLists_.Unlink(next);
-    AbsorbNext(block);
+    Coalesce(block);
     CountInUse(gain);
   }
   const uint64_t before = PayloadSize(block);
@@ -162,7 +162,7 @@ void Heap::JoinBlocks(const HeapSegments::Seam& seam) {
   PointNextBack(last);
   if (!IsInUse(first)) {
     freeLists_.Unlink(first);
-    AbsorbNext(last);
+    Coalesce(last);
   }
   freeLists_.Link(last);
 }
@@ -218,10 +218,10 @@ BlockHeader* Heap::Align(BlockHeader* block, uint64_t alignment) {
 // Cuts off what `size` bytes leave over; 8 bytes, too few for a header, stay.
 void Heap::Trim(BlockHeader* block, uint64_t size) {
   if (PayloadSize(block) - size < kHeaderSize) return;
-  BlockHeader* tail = CutTail(block, size);
+  BlockHeader* tail = Split(block, size);
   if (!IsInUse(NextBlock(tail))) {
     freeLists_.Unlink(NextBlock(tail));
-    AbsorbNext(tail);
+    Coalesce(tail);
   }
   freeLists_.Link(tail);
 }

@@ -94,14 +94,14 @@ inline void GrowPayload(BlockHeader* block, uint64_t bytes) {
 }
 
 // Makes the following block, header and payload, part of `block`. Requires: not the sentinel.
-inline void AbsorbNext(BlockHeader* block) {
+inline void Coalesce(BlockHeader* block) {
   GrowPayload(block, kHeaderSize + PayloadSize(NextBlock(block)));
   PointNextBack(block);
 }
 
 // Cuts `block` behind its first `bytes` of payload and returns the rest, a free block.
 // Requires: the payload is at least `bytes` + kHeaderSize.
-inline BlockHeader* CutTail(BlockHeader* block, uint64_t bytes) {
+inline BlockHeader* Split(BlockHeader* block, uint64_t bytes) {
   const uint64_t excess = PayloadSize(block) - bytes;
   block->sizeWord = block->sizeWord - excess / kWordSize;
   BlockHeader* tail = NextBlock(block);

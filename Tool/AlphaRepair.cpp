@@ -194,9 +194,10 @@ class Repair {
   const int32_t height_;
   const int32_t threshold_;
   VisibleMask mask_;
-  ByteArray alphas_;  // of the hidden pixels in scan order; none where the threshold makes all 0
-  Array<int32_t> current_;
-  Array<int32_t> next_;
+  Core::ByteArray
+      alphas_;  // of the hidden pixels in scan order; none where the threshold makes all 0
+  Core::Array<int32_t> current_;
+  Core::Array<int32_t> next_;
 };
 
 }  // namespace

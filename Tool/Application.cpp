@@ -90,7 +90,7 @@ ExitStatus WriteOutput(const Bitmap& bitmap) {
   Core::File file(commandLine.output, kModeNewOutput, Core::kShareAll);
   if (!IsOpen(file)) return FailToCreate();
   const int32_t size = static_cast<int32_t>(encoded.GetSize());  // a stream in memory has no more
-  return WriteAll(file, encoded.GetData(), size) ? Succeed("success\n") : FailToWrite();
+  return Core::WriteInPieces(file, encoded.GetData(), size) ? Succeed("success\n") : FailToWrite();
 }
 
 }  // namespace

@@ -11,8 +11,8 @@ namespace {
 // Takes `argument` as a file name, with its narrow form: made now, it cannot be missing later, when
 // an existing output that cannot be named would pass for one that does not exist. Without memory
 // for it no image can be read either, and that is what is said.
-void TakeName(String& name, const char* argument) {
-  if (name.Assign(kCodePageDefault, argument, nullptr) && name.PrepareNarrow()) return;
+void TakeName(Core::String& name, const char* argument) {
+  if (name.Assign(Core::kCodePageDefault, argument, nullptr) && name.PrepareNarrow()) return;
   const bool isInput = &name == &commandLine.input;
   std::fprintf(stderr, "failed to read image %s!\n",
                isInput ? argument : commandLine.input.ToNarrow());

@@ -8,8 +8,8 @@ struct CommandLine {
   bool inPlace = false;  // -i: the output is the input
   bool opaque = false;   // -o: alpha 255 everywhere before writing
   bool verbose = false;  // -v
-  String input;          // file names, empty while not given
-  String output;
+  Core::String input;    // file names, empty while not given
+  Core::String output;
 
   // There was no memory for a name. The failure has been reported, the run is not to begin.
   bool lacksMemory = false;

@@ -27,7 +27,8 @@ constexpr int kFatalStatus = 1;
 void ReserveStandardStreams() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
     const bool isClosed = fcntl(descriptor, F_GETFD) < 0;
-    if (isClosed && open("/", O_PATH) != descriptor) FatalExit("No standard stream", kFatalStatus);
+    if (isClosed && open("/", O_PATH) != descriptor)
+      Core::FatalExit("No standard stream", kFatalStatus);
   }
 }
 
@@ -36,13 +37,13 @@ void ReserveStandardStreams() {
 constinit Mutex* processLock = nullptr;
 
 void CreateProcessLock() {
-  if (processLock != nullptr) FatalExit("The process lock exists already", kFatalStatus);
+  if (processLock != nullptr) Core::FatalExit("The process lock exists already", kFatalStatus);
   processLock = new (std::nothrow) Mutex;
-  if (processLock == nullptr) FatalExit("No memory for the process lock", kFatalStatus);
+  if (processLock == nullptr) Core::FatalExit("No memory for the process lock", kFatalStatus);
 }
 
 void DestroyProcessLock() {
-  if (processLock == nullptr) FatalExit("The process lock is gone", kFatalStatus);
+  if (processLock == nullptr) Core::FatalExit("The process lock is gone", kFatalStatus);
   delete processLock;
   processLock = nullptr;
 }
@@ -65,7 +66,8 @@ int main(int argc, char** argv) {
   ActivateHeap();
   // The heap is destroyed before the names' own destructors run, and these must find them empty. A
   // fatal exit does not come back here, so it has a handler, which runs before the heap's.
-  if (std::atexit(ReleaseFileNames) != 0) FatalExit("No room for an exit handler", kFatalStatus);
+  if (std::atexit(ReleaseFileNames) != 0)
+    Core::FatalExit("No room for an exit handler", kFatalStatus);
   const int status = RunApplication(argc, argv);
   ReleaseFileNames();
   ShutDown();

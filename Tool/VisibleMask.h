@@ -41,7 +41,7 @@ class VisibleMask {
     return Bits(first - 1) | Bits(first) | Bits(first + 1);
   }
 
-  Array<uint64_t> words_;
+  Core::Array<uint64_t> words_;
   int64_t width_ = 0;
   int64_t count_ = 0;    // of the pixels
   int64_t padding_ = 0;  // words of zeros before the first pixel's, and as many after the last

@@ -14,14 +14,14 @@ using Text = std::vector<int32_t>;
 Text Decode(const std::string& bytes, uint32_t codePage) {
   Text text(bytes.size());
   const int32_t size = static_cast<int32_t>(bytes.size());
-  text.resize(DecodeText(bytes.data(), size, text.data(), size, codePage));
+  text.resize(Core::DecodeText(bytes.data(), size, text.data(), size, codePage));
   return text;
 }
 
 std::string Encode(const Text& text, uint32_t codePage) {
   std::string bytes(6 * text.size(), '#');
   const int32_t length = static_cast<int32_t>(text.size());
-  bytes.resize(EncodeText(text.data(), length, bytes.data(), 6 * length, codePage));
+  bytes.resize(Core::EncodeText(text.data(), length, bytes.data(), 6 * length, codePage));
   return bytes;
 }
 
@@ -92,10 +92,10 @@ TEST(CharacterSets, Utf8TakesTheShortestSequence) {
 
 TEST(CharacterSets, TheDefaultIsUtf8UntilAnotherIsSelected) {
   EXPECT_EQ(Encode({0x20AC}, 0), "\xE2\x82\xAC");
-  SelectCodePage(5);
-  SelectCodePage(0);  // the locale of this process has nothing to say
+  Core::SelectCodePage(5);
+  Core::SelectCodePage(0);  // the locale of this process has nothing to say
   EXPECT_EQ(Encode({0x20AC}, 0), "\x80");
-  SelectCodePage(1);
+  Core::SelectCodePage(1);
 }
 
 }  // namespace

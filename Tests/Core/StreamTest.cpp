@@ -29,7 +29,7 @@ std::string Answer(Stream& stream, const std::string& path, const std::string& o
   const auto read = [&] { return stream.Read(buffer, int32_t(first), done); };
   const auto write = [&] { return stream.Write(argument.data(), int32_t(argument.size()), done); };
   const auto open = [&] {
-    String name;
+    Core::String name;
     File& file = static_cast<File&>(stream);
     return name.Assign(0, path.c_str(), nullptr) &&
            (std::isdigit(argument[0]) != 0 ? file.Open(name, std::stoi(argument), Core::kShareAll)
@@ -87,11 +87,12 @@ TEST(StreamIo, SucceedsExactlyWhenEveryStepWasWhole) {
     bool (*run)(Stream& sink, Stream& source, int32_t size);
     bool faultInSource;
   } rows[] = {
-      {"copy", [](Stream& o, Stream& i, int32_t n) { return CopyStream(o, i, n); }, true},
-      {"copy", [](Stream& o, Stream& i, int32_t n) { return CopyStream(o, i, n); }, false},
-      {"copy rest", [](Stream& o, Stream& i, int32_t) { return CopyStream(o, i, -1); }, false},
-      {"skip", [](Stream&, Stream& i, int32_t n) { return SkipBytes(i, n); }, true},
-      {"zeros", [](Stream& o, Stream&, int32_t n) { return WriteZeros(o, n); }, false}};
+      {"copy", [](Stream& o, Stream& i, int32_t n) { return Core::CopyStream(o, i, n); }, true},
+      {"copy", [](Stream& o, Stream& i, int32_t n) { return Core::CopyStream(o, i, n); }, false},
+      {"copy rest", [](Stream& o, Stream& i, int32_t) { return Core::CopyStream(o, i, -1); },
+       false},
+      {"skip", [](Stream&, Stream& i, int32_t n) { return Core::SkipBytes(i, n); }, true},
+      {"zeros", [](Stream& o, Stream&, int32_t n) { return Core::WriteZeros(o, n); }, false}};
   const int32_t edges[] = {0, 1, 8191, 8192, 8193, 16384, 30000};
   for (int run = 0; run < 5 * 7 * 7 * 2; ++run) {
     const auto& row = rows[run / 98];
@@ -115,9 +116,9 @@ TEST(StreamIo, ReadAllReplacesFromASeekableStreamAndAppendsFromAnyOther) {
     const auto read = [&](int32_t limit, Fault fault, uint32_t caps) -> std::string {
       MemoryStream source(bytes.data(), static_cast<uint32_t>(size));
       FaultyStream stream(source, limit, fault, caps);
-      ByteArray all;
+      Core::ByteArray all;
       EXPECT_TRUE(all.Append('#') && source.Seek(caps == Core::kReadable ? 0 : size / 2, 0));
-      return ReadAll(stream, all) ? std::string(all.begin(), all.end()) : "failed";
+      return Core::ReadAll(stream, all) ? std::string(all.begin(), all.end()) : "failed";
     };
     EXPECT_EQ(read(size, Fault::kRefuse, ~0u), bytes);
     EXPECT_EQ(read(size - 1, Fault::kCut, ~0u), size == 0 ? "" : "failed");
@@ -127,12 +128,12 @@ TEST(StreamIo, ReadAllReplacesFromASeekableStreamAndAppendsFromAnyOther) {
   }
   MemoryStream nothing;
   FaultyStream refusing(nothing, 8191, Fault::kRefuse);
-  EXPECT_FALSE(CopyStream(nothing, refusing, -1));
+  EXPECT_FALSE(Core::CopyStream(nothing, refusing, -1));
 }
 
 TEST(File, OpensByAModeStringFromItsConstructionOn) {
   const TemporaryDirectory directory;
-  String path;
+  Core::String path;
   ASSERT_TRUE(path.Assign(0, directory.Path("made").c_str(), nullptr));
   EXPECT_TRUE(File(path, nullptr).GetCaps() == 0 && File(path, "w+").GetCaps() == 15);
 }

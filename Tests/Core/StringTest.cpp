@@ -17,14 +17,14 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
 
 namespace {
 
-String Make(const char* text, uint32_t codePage = 0) {
-  String string;
+Core::String Make(const char* text, uint32_t codePage = 0) {
+  Core::String string;
   EXPECT_TRUE(string.Assign(codePage, text, nullptr));
   return string;
 }
 
 TEST(String, IsEmptyWithoutABlock) {
-  String string = Make("abc");
+  Core::String string = Make("abc");
   allocations = 0;
   EXPECT_TRUE(string.Assign(0, "", nullptr) && string.IsEmpty());
   EXPECT_TRUE(string.Assign(0, nullptr, nullptr) && string.Format("%s", "") && string.IsEmpty());
@@ -32,13 +32,13 @@ TEST(String, IsEmptyWithoutABlock) {
 }
 
 TEST(String, CopiesShareTheirBlocks) {
-  String first = Make("shared"), second = first, third;
+  Core::String first = Make("shared"), second = first, third;
   third = first;
   const char* const rendering = second.ToNarrow();
   allocations = 0;
   second = first;  // the same text already: it keeps its rendering
   third = second;  // the same again: it stays without one
-  String fourth = second;
+  Core::String fourth = second;
   EXPECT_TRUE(second.ToNarrow() == rendering && fourth.ToNarrow() == rendering);
   EXPECT_EQ(allocations, 0);
   EXPECT_NE(third.ToNarrow(), rendering);
@@ -49,14 +49,14 @@ TEST(String, CopiesShareTheirBlocks) {
 
 TEST(String, FormatCutsLongResults) {
   for (const std::size_t size : {1, 15998, 15999, 16000, 40000}) {
-    String string;
+    Core::String string;
     ASSERT_TRUE(string.Format("%s%c", std::string(size - 1, 'x').c_str(), 'y'));
     EXPECT_EQ(string.ToNarrow(), (std::string(size - 1, 'x') + 'y').substr(0, 15999));
   }
 }
 
 TEST(String, SaysWhenThereIsNoMemory) {
-  String string;
+  Core::String string;
   allocations = 0;
   allowedAllocations = 1;
   EXPECT_TRUE(string.Assign(0, "text", nullptr));
@@ -69,7 +69,7 @@ TEST(String, SaysWhenThereIsNoMemory) {
 }
 
 TEST(FatalExitDeathTest, EndsSilentlyWithItsStatus) {
-  EXPECT_EXIT(FatalExit("message", 7), testing::ExitedWithCode(7), "^$");
+  EXPECT_EXIT(Core::FatalExit("message", 7), testing::ExitedWithCode(7), "^$");
 }
 
 }  // namespace

@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "Compression/DeflateFormat.h"
+#include "Compression/Format/DeflateFormat.h"
 #include "Tests/Support/Cases.h"
 
 class BitAssembler {
  public:
   BitAssembler() = default;
-  // From the words that Tests/Compression/Streams.txt explains.
+  // From the words that Tests/Compression/Inflate/Streams.txt explains.
   explicit BitAssembler(const std::string& words) {
     for (const std::string& word : Words(Unescaped(words))) Word(word);
   }

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-using Bytes = std::vector<uint8_t>;
+#include "Tests/Support/Bytes.h"
 
 // The parts between separators, without blanks around; between blanks only those that are not
 // empty.

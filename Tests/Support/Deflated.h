@@ -7,11 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "Compression/DeflateEncoder.h"
-#include "Compression/Inflater.h"
+#include "Compression/Deflate/DeflateEncoder.h"
+#include "Compression/Inflate/Inflater.h"
 #include "Core/MemoryStream.h"
-
-using Bytes = std::vector<uint8_t>;
+#include "Tests/Support/Bytes.h"
 
 // A stream that gives its bytes in pieces of a fixed size.
 struct PieceStream : Core::Stream {

@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
-#include "Compression/Adler32.h"
-#include "Compression/Crc32.h"
+#include "Compression/Checksums/Adler32.h"
+#include "Compression/Checksums/Crc32.h"
 #include "Tests/Support/BitAssembler.h"
 
 // Colour type and bits of a sample.

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-using Bytes = std::vector<uint8_t>;
+#include "Tests/Support/Bytes.h"
 
 // The fifth kind has four bytes from far back, between noise.
 enum class DataKind { kNoise, kFewValues, kRuns, kPeriodThree, kDistantCopies, kSkewed };

@@ -1,0 +1,136 @@
+#include "Compression/Deflate/HuffmanTree.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Compression/Deflate/BoundedSort.h"
+#include "Tests/Support/Bytes.h"
+
+namespace {
+
+using Numbers = std::vector<uint32_t>;
+
+// Code lengths by a heap as it is taught: a node is put at the bottom and rises past those that are
+// strictly greater; into the root's place comes the last one, which sinks past those that are
+// strictly less, of two equal ones past the left.
+Bytes PlainLengths(const Numbers& frequencies) {
+  // The key is frequency and symbol; inner nodes stand behind all leaves of their frequency.
+  std::vector<std::pair<uint32_t, std::size_t>> heap;
+  std::vector<std::size_t> parents;
+  for (; parents.size() < frequencies.size(); parents.push_back(0)) {
+    heap.emplace_back(frequencies[parents.size()] << 9 | parents.size(), parents.size());
+  }
+  std::sort(heap.begin(), heap.end());
+  const auto pop = [&heap] {
+    const auto least = std::exchange(heap[0], heap.back());
+    heap.pop_back();
+    for (std::size_t i = 0, child; (child = 2 * i + 1) < heap.size(); i = child) {
+      child += child + 1 < heap.size() && heap[child + 1].first < heap[child].first;
+      if (heap[child].first >= heap[i].first) break;
+      std::swap(heap[i], heap[child]);
+    }
+    return least;
+  };
+  for (; heap.size() > 1; parents.push_back(0)) {
+    const auto [least, left] = pop();
+    const auto [second, right] = pop();
+    parents[left] = parents[right] = parents.size();
+    heap.emplace_back(((least >> 9) + (second >> 9)) << 9 | 511, parents.size());
+    for (std::size_t i = heap.size() - 1; i > 0 && heap[i].first < heap[(i - 1) / 2].first;) {
+      std::swap(heap[i], heap[(i - 1) / 2]);
+      i = (i - 1) / 2;
+    }
+  }
+  Bytes depths(parents.size());
+  for (std::size_t i = parents.size() - 1; i-- > 0;) depths[i] = depths[parents[i]] + 1;
+  depths.resize(frequencies.size());
+  return depths;
+}
+
+TEST(HuffmanTree, IsThatOfThePlainHeap) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 3000; ++round) {
+    Numbers frequencies(2 + random() % (kLiteralLengthSymbols - 1));
+    for (uint32_t& frequency : frequencies) frequency = 1 + random() % 4;
+    const Bytes expected = PlainLengths(frequencies);
+    const int limit = round % 2 == 0 ? 15 : *std::max_element(expected.begin(), expected.end());
+    Bytes lengths(expected.size());
+    HuffmanTree().Build(frequencies.data(), int(lengths.size()), limit, lengths.data());
+    ASSERT_EQ(lengths, expected) << round;
+  }
+}
+
+TEST(HuffmanTree, PairsALoneSymbolAndLimitsLengths) {
+  const struct {
+    const char* name;
+    int32_t limit;
+    Numbers frequencies;
+    Bytes lengths;
+  } rows[] = {
+      {"none: the last and its lower neighbour", 7, {0, 0, 0, 0}, {0, 0, 1, 1}},
+      {"one: paired with the upper neighbour", 7, {0, 7, 0, 0}, {0, 1, 1, 0}},
+      {"the last one: paired with the lower", 7, {0, 0, 0, 7}, {0, 0, 1, 1}},
+      {"an alphabet of one", 7, {5}, {0}},
+      {"above the limit", 3, {1, 1, 2, 3, 5}, {3, 3, 3, 3, 1}},
+      {"... far above it", 4, {34, 1, 21, 13, 1, 3, 8, 2, 5}, {1, 4, 4, 4, 4, 4, 4, 4, 4}},
+      {"... as far as can be", 3, {1, 21, 1, 13, 3, 8, 2, 5}, {3, 3, 3, 3, 3, 3, 3, 3}},
+      {"... equals", 5, {1, 1, 2, 3, 5, 8, 13, 13, 13, 13, 40}, {4, 5, 5, 5, 5, 4, 3, 3, 3, 3, 2}},
+  };
+  for (const auto& row : rows) {
+    Bytes lengths(row.lengths.size());
+    HuffmanTree().Build(row.frequencies.data(), int(lengths.size()), row.limit, lengths.data());
+    EXPECT_EQ(lengths, row.lengths) << row.name;
+  }
+}
+
+TEST(BoundedSort, EndsTheProgramWhenItIsTooDeep) {
+  // The record in the middle, which becomes the pivot, is the largest in each pass.
+  std::vector<uint64_t> records;
+  while (records.size() < 257) {
+    records.push_back(records.size());
+    std::swap(records.back(), records[(records.size() - 1) / 2]);
+  }
+  std::vector<uint64_t> sorted = records;
+  BoundedSort<Order::kTotal>(sorted.data(), 0, 256, 0);
+  EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
+  records.push_back(257);
+  std::swap(records[257], records[128]);
+  EXPECT_EXIT(BoundedSort<Order::kTotal>(records.data(), 0, 257, 0), testing::ExitedWithCode(1),
+              "^$");
+  EXPECT_EXIT(BoundedSort<Order::kPartial>(records.data(), 0, 257, 0), testing::ExitedWithCode(1),
+              "^$");
+}
+
+// The order decides which symbols get the shorter codes, so it is to stay as it is.
+TEST(BoundedSort, LeavesEqualRecordsInAnOrderOfItsOwn) {
+  struct Record {
+    char key, name;
+    bool operator<(const Record& other) const { return key < other.key; }
+    bool operator==(const Record& other) const { return key == other.key; }
+  };
+  std::vector<Record> records;
+  for (char key : std::string("13003131300103"))
+    records.push_back({key, char('a' + records.size())});
+  BoundedSort<Order::kPartial>(records.data(), 0, 13, 0);
+  std::string names;
+  for (const Record& record : records) names += record.name;
+  EXPECT_EQ(names, "cdjmkahlfeibng");
+}
+
+TEST(HuffmanTree, IsDumpedLeftToRight) {
+  HuffmanTree tree;
+  uint8_t lengths[3];
+  tree.Build(Numbers{4, 1, 2}.data(), 3, 15, lengths);
+  testing::internal::CaptureStdout();
+  tree.DumpTree(tree.Root(), 0);
+  tree.DumpTree(-1, 0);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "        Leaf 1\n    Node 3\n        Leaf 2\nNode 4\n    Leaf 0\n");
+}
+
+}  // namespace
