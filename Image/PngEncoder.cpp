@@ -9,6 +9,7 @@
 #include "Core/StreamIo.h"
 #include "Image/PngFormat.h"
 #include "Image/RawImageStream.h"
+#include "Image/RgbaLimit.h"
 
 namespace {
 
@@ -17,8 +18,7 @@ namespace {
 constexpr uint8_t kZlibHeader[] = {0x78, 0xDA};
 static_assert((kZlibHeader[0] * 256 + kZlibHeader[1]) % 31 == 0);
 
-// The parts of a chunk around its data: length and type before it, the CRC over type and data
-// behind.
+// A chunk is written in three steps: length and type, the data, and the CRC of type and data.
 bool WriteChunkStart(Core::Stream& out, uint32_t type, uint32_t length) {
   uint8_t bytes[kChunkHeaderSize];
   Core::StoreBig32(bytes, length);
@@ -45,9 +45,9 @@ bool WriteHeaderChunk(Core::Stream& out, const Bitmap& bitmap) {
 }
 
 // Appends the image data as a zlib stream (RFC 1950). False: the picture is too large, the file
-// gets too long, or there is no memory.
+// becomes too long, or there is no memory.
 bool CompressZlib(const Bitmap& bitmap, Core::MemoryStream& file) {
-  if (!FitsRgbaBuffer(bitmap.Width(), bitmap.Height())) return false;
+  if (!FitsRgbaLimit(bitmap.Width(), bitmap.Height())) return false;
   RawImageStream source(bitmap);
   if (!source.Create()) return false;
   const std::unique_ptr<DeflateEncoder> encoder(
@@ -56,12 +56,12 @@ bool CompressZlib(const Bitmap& bitmap, Core::MemoryStream& file) {
       !encoder->Compress()) {
     return false;
   }
-  // The checksum is stored most significant byte first, the bit writer sends the least first.
+  // The checksum is stored most significant byte first; the bit writer writes the least first.
   return encoder->Writer().WriteBits(Core::SwapBytes32(source.Checksum()), 32) &&
          encoder->Writer().Flush();
 }
 
-// Compresses to where the data has to stand in the end, and then tells its length before it.
+// Compresses the data to its final place in the file; then goes back and writes its length.
 bool AppendImageChunk(const Bitmap& bitmap, Core::MemoryStream& file) {
   const int64_t start = file.Tell();
   if (!WriteChunkStart(file, kChunkData, 0) || !CompressZlib(bitmap, file)) return false;

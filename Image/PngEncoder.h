@@ -6,10 +6,14 @@
 #include "Core/Stream.h"
 #include "Image/Bitmap.h"
 
-// Makes `file`, which is empty, the whole file. False: there is no memory, or the picture is too
-// large; `file` is then undefined.
+// Writes the whole file to `file`. Requires: `file` is empty. False: there is no memory, or the
+// picture is too large (RgbaLimit.h); the content of `file` is then undefined.
 [[nodiscard]] bool EncodePng(const Bitmap& bitmap, Core::MemoryStream& file);
 
 // Writes the file at the stream's position; the stream is neither flushed nor closed. False: as
-// above, and nothing is written, or a write failed, and what was written before stays.
+// above, or a write failed, in which case the bytes written before it stay.
+//
+// Deliberate: the file is made in memory and then written at once, in pieces only if it is huge. So
+// a stream that refuses is noticed last, and without memory nothing is written, not even signature
+// and IHDR.
 [[nodiscard]] bool SavePng(Core::Stream& out, const Bitmap& bitmap);

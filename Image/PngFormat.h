@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <limits>
 
 constexpr std::array<uint8_t, 8> kPngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
@@ -12,7 +11,7 @@ constexpr std::array<uint8_t, 8> kPngSignature = {0x89, 'P', 'N', 'G', '\r', '\n
 constexpr int32_t kChunkHeaderSize = 8;  // length and type
 constexpr int32_t kChunkCrcSize = 4;
 
-// A chunk type is the number that its four letters spell, the first one highest.
+// A chunk type is its four letters as one big-endian number.
 constexpr uint32_t ChunkType(const char (&letters)[5]) {
   uint32_t type = 0;
   for (int i = 0; i < 4; ++i) type = type << 8 | static_cast<uint8_t>(letters[i]);
@@ -28,8 +27,8 @@ static_assert(kChunkEnd == 0x49454E44);
 
 // The case of each letter is a property of the chunk; bit 5 of a letter is set in lower case.
 constexpr uint32_t kChunkCaseBits = 0x20202020;
-constexpr uint32_t kChunkAncillaryBit = 0x20000000;  // may be skipped by who does not know it
-constexpr uint32_t kChunkReservedBit = 0x00002000;   // clear in all files of this standard
+constexpr uint32_t kChunkAncillaryBit = 0x20000000;  // set: a decoder may skip the chunk
+constexpr uint32_t kChunkReservedBit = 0x00002000;   // clear in every file of today's standard
 
 // The type in upper case.
 constexpr uint32_t FoldedChunkType(uint32_t type) { return type & ~kChunkCaseBits; }
@@ -54,14 +53,6 @@ enum PngFilter : uint8_t {
   kPngFilterAverage = 3,
   kPngFilterPaeth = 4,
 };
-
-// Pictures are written as 8-bit RGBA, a filter byte and four bytes a pixel in each row, from one
-// buffer. One whose data would not fit there cannot be written, and so is not read either: an
-// in-place run must not find out when the file is open for writing.
-constexpr int64_t RgbaRowSize(int64_t width) { return width * 4 + 1; }
-constexpr bool FitsRgbaBuffer(int64_t width, int64_t height) {
-  return height == 0 || RgbaRowSize(width) <= std::numeric_limits<int32_t>::max() / height;
-}
 
 // The pixels of one pass: every xStep-th of every yStep-th row.
 struct PngPass {

@@ -1,31 +1,32 @@
 #include "Image/PngHeader.h"
 
+#include <array>
 #include <bit>
 
 #include "Core/Endian.h"
+#include "Image/RgbaLimit.h"
 
 namespace {
 
 constexpr uint8_t kDeflateCompression = 0;
 constexpr uint8_t kAdaptiveFilters = 0;
 
+// One colour type: the samples of a pixel, and the sum of the bit depths that are allowed. Each
+// depth is a power of two, so it is a bit of the sum.
+struct ColorTypeRules {
+  uint8_t channels;
+  uint8_t bitDepths;
+};
+constexpr std::array<ColorTypeRules, 7> kColorTypeRules = {
+    {{1, 1 + 2 + 4 + 8 + 16}, {}, {3, 8 + 16}, {1, 1 + 2 + 4 + 8}, {2, 8 + 16}, {}, {4, 8 + 16}}};
+
 bool IsAllowedFormat(uint8_t colorType, uint8_t bitDepth) {
-  if (!std::has_single_bit(bitDepth) || bitDepth > 16) return false;
-  switch (colorType) {
-    case kPngGrey:
-      return true;
-    case kPngIndexed:
-      return bitDepth <= 8;
-    case kPngTruecolor:
-    case kPngGreyAlpha:
-    case kPngTruecolorAlpha:
-      return bitDepth >= 8;
-    default:
-      return false;
-  }
+  return colorType < kColorTypeRules.size() && std::has_single_bit(bitDepth) &&
+         (kColorTypeRules[colorType].bitDepths & bitDepth) != 0;
 }
 
-// How many of `size` pixels a pass takes that begins at `start` and takes every `step`-th.
+// The number of pixels that a pass has in a row or column of `size` pixels: it takes every
+// `step`-th from `start` on.
 int32_t PassSize(int32_t size, int32_t start, int32_t step) {
   return size > start ? (size - start - 1) / step + 1 : 0;
 }
@@ -42,21 +43,10 @@ bool ParsePngHeader(const uint8_t* data, int32_t length, PngHeader& header) {
   return width <= kPngMaxDimension && height <= kPngMaxDimension &&
          IsAllowedFormat(header.colorType, header.bitDepth) && compression == kDeflateCompression &&
          filterMethod == kAdaptiveFilters && header.interlace <= kPngAdam7 &&
-         FitsRgbaBuffer(width, height);
+         FitsRgbaLimit(width, height);
 }
 
-int32_t PngHeader::Channels() const {
-  switch (colorType) {
-    case kPngGreyAlpha:
-      return 2;
-    case kPngTruecolor:
-      return 3;
-    case kPngTruecolorAlpha:
-      return 4;
-    default:
-      return 1;
-  }
-}
+int32_t PngHeader::Channels() const { return kColorTypeRules[colorType].channels; }
 
 std::span<const PngPass> PngHeader::Passes() const {
   if (interlace == kPngAdam7) return kAdam7Passes;

@@ -1,4 +1,5 @@
-// The IHDR chunk, and the sizes that follow from it. All sizes are in bytes and formed in 64 bits.
+// The IHDR chunk, and the sizes that follow from it. Sizes are in bytes and are computed in 64
+// bits.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +8,8 @@
 #include "Image/PngFormat.h"
 
 struct PngHeader {
-  int32_t width;   // 0 to kPngMaxDimension, as the height
-  int32_t height;  // may be 0 too: such a file has no pixels
+  int32_t width;  // 0 to kPngMaxDimension, like the height; a file with a side of 0 has no pixels
+  int32_t height;
   uint8_t bitDepth;
   uint8_t colorType;  // a PngColorType
   uint8_t interlace;  // a PngInterlace
@@ -16,10 +17,10 @@ struct PngHeader {
   // The samples of one pixel; a palette index counts as one.
   int32_t Channels() const;
 
-  // The distance between a byte and the one it is filtered against: a whole pixel, at least 1.
+  // The unit of filters: the bytes of a pixel, or 1 where several pixels share a byte.
   int32_t UnitSize() const { return bitDepth < 8 ? 1 : bitDepth / 8 * Channels(); }
 
-  // The passes that the image data comes in. One without pixels has no data at all.
+  // The passes of the image data, in their order. A pass without pixels has no data at all.
   std::span<const PngPass> Passes() const;
   int32_t PassWidth(const PngPass& pass) const;
   int32_t PassHeight(const PngPass& pass) const;
@@ -31,6 +32,7 @@ struct PngHeader {
   int64_t ImageDataSize() const;
 };
 
-// Reads `length` bytes of IHDR data; those past the thirteenth are ignored. False: too few, values
-// that the standard does not allow, or an image too large to be written again as 8-bit RGBA.
+// Reads `length` bytes of IHDR data; those after the thirteenth are ignored. False: there are too
+// few, the standard does not allow the values, or the image is too large to be written
+// (RgbaLimit.h).
 [[nodiscard]] bool ParsePngHeader(const uint8_t* data, int32_t length, PngHeader& header);

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Core/Endian.h"
 #include "Image/PngFormat.h"
+#include "Image/RgbaLimit.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -11,8 +13,7 @@
 
 namespace {
 
-// Red, green, blue and alpha of `count` pixels as bytes. A little-endian machine keeps a pixel as
-// blue, green, red, alpha: the first and the third byte change places, for four pixels at a time.
+// Stores red, green, blue and alpha of each pixel, of four pixels at a time where that is possible.
 void StoreRgba(const Pixel* pixels, int32_t count, uint8_t* out) {
   int32_t x = 0;
 #if defined(__SSE2__)
@@ -25,13 +26,7 @@ void StoreRgba(const Pixel* pixels, int32_t count, uint8_t* out) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + int64_t{4} * x), rgba);
   }
 #endif
-  for (; x < count; ++x) {
-    uint8_t* const bytes = out + int64_t{4} * x;
-    bytes[0] = RedOf(pixels[x]);
-    bytes[1] = GreenOf(pixels[x]);
-    bytes[2] = BlueOf(pixels[x]);
-    bytes[3] = AlphaOf(pixels[x]);
-  }
+  for (; x < count; ++x) Core::StoreLittle32(out + int64_t{4} * x, SwapRedAndBlue(pixels[x]));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-// A bitmap as the bytes that a PNG file of the written form compresses: for each row filter type
-// None, then red, green, blue and alpha of every pixel. They are made as they are read, a row at a
-// time, so that they never stand in memory beside the bitmap as a whole.
+// The image data of the written form, made from a bitmap: for each row filter type None, then red,
+// green, blue and alpha of every pixel. Each row is made when it is read, so the image data is
+// never in memory as a whole.
 #pragma once
 
 #include <cstdint>
@@ -12,11 +12,11 @@
 
 class RawImageStream final : public Core::Stream {
  public:
-  // Reads `bitmap`, which must stay as it is for as long.
+  // `bitmap` is borrowed and must not change.
   explicit RawImageStream(const Bitmap& bitmap) : bitmap_(bitmap) {}
 
-  // To be called once, before the first read. False: no memory for a row.
-  // Requires: FitsRgbaBuffer(width, height).
+  // Call it once, before the first read. False: no memory for a row.
+  // Requires: FitsRgbaLimit(width, height).
   [[nodiscard]] bool Create();
 
   // Never short before the end, where it reads 0 bytes.
@@ -24,7 +24,7 @@ class RawImageStream final : public Core::Stream {
 
   uint32_t GetCaps() override { return Core::kOpen | Core::kReadable; }
 
-  // The Adler-32 of all rows of which bytes have been read.
+  // The Adler-32 of all rows of which at least one byte has been read.
   uint32_t Checksum() const { return checksum_; }
 
  private:
