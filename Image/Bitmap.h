@@ -15,17 +15,17 @@ class Bitmap {
   // Opaque black. A size that Resize refuses ends the process through a failed assertion.
   Bitmap(int32_t width, int32_t height);
 
-  // Copies. Without memory for the copy the new bitmap is 0 x 0, and so is a bitmap assigned to.
+  // Copies. Without memory for the copy this bitmap is 0 x 0.
   Bitmap(const Bitmap& other);
   Bitmap& operator=(const Bitmap& other);
 
-  // Keeps the top-left content that still fits and pads with opaque black. False, and nothing
-  // changed: a negative size. False, and the bitmap is 0 x 0: width x height is above 2^31 - 1, or
-  // there is no memory.
+  // Keeps the top-left content that still fits and pads with opaque black. False for a negative
+  // size: nothing has changed. False also when width x height is above 2^31 - 1 or there is no
+  // memory: the bitmap is 0 x 0.
   [[nodiscard]] bool Resize(int32_t width, int32_t height);
 
-  // As Resize of a 0 x 0 bitmap, with undefined pixels, in memory of at least `room` bytes from the
-  // first pixel on. Requires: the bitmap is 0 x 0, and room < 2^32.
+  // Like Resize of a 0 x 0 bitmap, but leaves the pixels undefined and makes their block at least
+  // `room` bytes long. Requires: the bitmap is 0 x 0, and room < 2^32.
   [[nodiscard]] bool ResizeForOverwrite(int32_t width, int32_t height, int64_t room = 0);
 
   void Fill(Color color);
@@ -49,9 +49,8 @@ class Bitmap {
     int32_t count;  // always the width
   };
 
-  [[nodiscard]] bool CountPixels(int32_t width, int32_t height, int32_t& count);
+  // Builds the row table for the pixels and sizes as they are. False: no memory.
   [[nodiscard]] bool RebuildRows();
-  [[nodiscard]] bool CopyFrom(const Bitmap& other);
   void Clear();
 
   int32_t width_ = 0;
