@@ -13,12 +13,12 @@ bool ReadChunkHeader(Core::Stream& in, PngChunk& chunk) {
   if (!Core::ReadExactly(in, bytes, sizeof bytes)) return false;
   chunk.length = static_cast<int32_t>(Core::LoadBig32(bytes));
   chunk.type = Core::LoadBig32(bytes + 4);
-  return chunk.length >= 0;
+  return chunk.length >= 0 && (chunk.type & kChunkReservedBit) == 0;
 }
 
 bool ReadChunkData(Core::Stream& in, const PngChunk& chunk, Core::ByteArray& data) {
   constexpr int32_t kPieceSize = 65536;
-  constexpr int32_t kMostReserved = 1 << 20;  // untouched until the bytes arrive
+  constexpr int32_t kMaxReserve = 1 << 20;  // takes no pages before the bytes arrive
   if (chunk.length > std::numeric_limits<int32_t>::max() - data.Size()) return false;
 
   uint8_t bytes[kChunkCrcSize];
@@ -27,7 +27,7 @@ bool ReadChunkData(Core::Stream& in, const PngChunk& chunk, Core::ByteArray& dat
   for (int32_t left = chunk.length; left > 0;) {
     const int32_t count = std::min(left, kPieceSize);
     const int32_t start = data.Size();
-    if (!data.Reserve(start + std::min(left, kMostReserved)) || !data.SetSize(start + count) ||
+    if (!data.Reserve(start + std::min(left, kMaxReserve)) || !data.SetSize(start + count) ||
         !Core::ReadExactly(in, data.Data() + start, count)) {
       return false;
     }

@@ -18,10 +18,11 @@
 
 namespace {
 
-// What the chunks of a file say, and the rules of their order and content.
+// The content of a file's chunks, read under the rules of their order.
 class ChunkContents {
  public:
-  // Reads signature and chunks, through IEND.
+  // Reads the signature and all chunks through IEND. False: a rule is broken, the file is cut short
+  // or damaged, or there is no memory.
   [[nodiscard]] bool Read(Core::Stream& in);
 
   const PngHeader& Header() const { return header_; }
@@ -29,7 +30,7 @@ class ChunkContents {
   Core::ByteArray& CompressedData() { return compressedData_; }
 
  private:
-  enum class DataRun { kNone, kOpen, kEnded };  // the IDAT chunks must stand together
+  enum class DataRun { kNone, kOpen, kEnded };  // the IDAT chunks must follow one another
 
   [[nodiscard]] bool ReadHeader(Core::Stream& in);
   [[nodiscard]] bool BeginDataChunk();
@@ -40,17 +41,13 @@ class ChunkContents {
 
   PngHeader header_ = {};
   PngColors colors_;
-  Core::ByteArray compressedData_;  // of all IDAT chunks in their order
+  Core::ByteArray compressedData_;  // of all IDAT chunks, in their order
   bool hasPalette_ = false;
   DataRun dataRun_ = DataRun::kNone;
 };
 
-// A type without the one bit that must be clear. Deliberate: types are then compared in upper case,
-// so that TRNS is as good as tRNS; only whether an unknown chunk may be skipped depends on case.
-bool ReadKnownGenerationHeader(Core::Stream& in, PngChunk& chunk) {
-  return ReadChunkHeader(in, chunk) && (chunk.type & kChunkReservedBit) == 0;
-}
-
+// Deliberate: types are compared in upper case, so TRNS is read like tRNS. Case decides only
+// whether an unknown chunk may be skipped.
 bool ChunkContents::Read(Core::Stream& in) {
   std::array<uint8_t, kPngSignature.size()> signature;
   if (!Core::ReadExactly(in, signature.data(), signature.size()) || signature != kPngSignature ||
@@ -60,7 +57,7 @@ bool ChunkContents::Read(Core::Stream& in) {
   Core::ByteArray data;
   while (true) {
     PngChunk chunk;
-    if (!ReadKnownGenerationHeader(in, chunk)) return false;
+    if (!ReadChunkHeader(in, chunk)) return false;
     const uint32_t type = FoldedChunkType(chunk.type);
     if (type == kChunkData) {
       if (!BeginDataChunk() || !ReadChunkData(in, chunk, compressedData_)) return false;
@@ -76,7 +73,7 @@ bool ChunkContents::Read(Core::Stream& in) {
 bool ChunkContents::ReadHeader(Core::Stream& in) {
   PngChunk chunk;
   Core::ByteArray data;
-  return ReadKnownGenerationHeader(in, chunk) && FoldedChunkType(chunk.type) == kChunkHeader &&
+  return ReadChunkHeader(in, chunk) && FoldedChunkType(chunk.type) == kChunkHeader &&
          ReadChunkData(in, chunk, data) && ParsePngHeader(data.Data(), data.Size(), header_);
 }
 
@@ -88,13 +85,13 @@ bool ChunkContents::BeginDataChunk() {
   return true;
 }
 
-// Any chunk but IHDR, IDAT and IEND.
+// Takes any chunk but IHDR, IDAT and IEND.
 bool ChunkContents::Interpret(const PngChunk& chunk, const Core::ByteArray& data) {
   const uint32_t type = FoldedChunkType(chunk.type);
   if (type == kChunkPalette) return InterpretPalette(data);
   if (dataRun_ == DataRun::kOpen) dataRun_ = DataRun::kEnded;
-  // Deliberate: tRNS may also follow the image data, and a later one overrides an earlier one; it
-  // applies all the same, as pixels are made last.
+  // Deliberate: tRNS may also follow the image data, and a later tRNS overrides an earlier one. It
+  // applies in any case, since pixels are made last.
   if (type == FoldedChunkType(kChunkTransparency)) return InterpretTransparency(data);
   return (chunk.type & kChunkAncillaryBit) != 0;
 }
@@ -126,7 +123,7 @@ bool ChunkContents::InterpretTransparency(const Core::ByteArray& data) {
         colors_.palette[i] = (colors_.palette[i] & kColorMask) | Pixel{data[i]} << 24;
       }
       return true;
-    default:  // Deliberate: images with an alpha of their own are refused, not read without tRNS
+    default:  // Deliberate: an image with its own alpha is refused, not read without the tRNS
       return false;
   }
 }
@@ -141,36 +138,38 @@ bool ChunkContents::InterpretKey(const Core::ByteArray& data, int32_t sampleCoun
   return true;
 }
 
-// Whether so much compressed data can come to `size` bytes: a match of 258 bytes costs a bit at the
-// least. What a header claims beyond that takes no memory.
+// True if so little compressed data can inflate to `size` bytes: each bit of it gives at most one
+// match of 258 bytes. A header that claims more is refused before memory is taken for it.
 bool CanInflateTo(int64_t size, const Core::ByteArray& compressedData) {
-  constexpr int64_t kMostFromAByte = int64_t{8} * kMaxMatchLength;
-  return size <= kMostFromAByte * compressedData.Size();
+  constexpr int64_t kMaxFromByte = int64_t{8} * kMaxMatchLength;
+  return size <= kMaxFromByte * compressedData.Size();
 }
 
-// Whether the image data can stand in the memory of the pixels that are made from it: rows in their
-// order, of up to 8 bits a sample. (Longer samples would need, and the bitmap then keep, twice as
-// much.) A picture is large, and fresh memory is slow.
+// True if the image data can share the memory of the pixels that are made from it: the image is not
+// interlaced and has up to 8 bits a sample. (16 bits would need twice the memory, and the bitmap
+// would keep it.) A picture is large, and fresh memory is slow.
 //
-// Let a row have r bytes of data, the filter byte among them, and p bytes of pixels. As a rule
-// r <= p, and the data ends where the pixels do: then the data behind a row, no more than the
-// pixels behind it, begins behind the row's pixels. Four samples a pixel make r = p + 1, and the
-// data begins where the pixels do: then each row's data begins one byte further behind its pixels.
+// Let a row have r bytes of data, filter byte included, and p bytes of pixels.
+// - Up to three samples a pixel: r <= p. The data ends where the pixels end. The data of all rows
+//   after a given row is no longer than their pixels, so it begins where the pixels of the given
+//   row end, or later.
+// - Four samples a pixel: r = p + 1. The data begins where the pixels begin, so the data of row
+//   k + 1 begins k + 1 bytes after the end of the pixels of row k.
 // So a row's pixels can be written as soon as the next row, which needs its data, is restored.
-// Within the row, a pixel ends where the data of the next one begins or before, counted from the
-// end in the first case, where data is no larger than pixels, and from the start in the second.
+// Within a row, no pixel ends after the start of the next pixel's data: in the first case count
+// from the end, where data is no larger than pixels; in the second case count from the start.
 bool CanShareMemory(const PngHeader& header) {
   return header.interlace != kPngAdam7 && header.bitDepth <= 8 && header.ImageDataSize() > 0;
 }
 
-// The bytes to decompress `needed` into, with Inflater::kSpareSize more as far as there can be.
+// The bytes to reserve for `needed` bytes of image data: Inflater::kSpareSize more, up to 2^31 - 1.
 int32_t RoomFor(int64_t needed) {
-  constexpr int64_t kMostBytes = std::numeric_limits<int32_t>::max();
-  return static_cast<int32_t>(std::min(needed + Inflater::kSpareSize, kMostBytes));
+  constexpr int64_t kMaxBytes = std::numeric_limits<int32_t>::max();
+  return static_cast<int32_t>(std::min(needed + Inflater::kSpareSize, kMaxBytes));
 }
 
-// The place for the image data, with RoomFor it: in `bitmap`, which then has its size, or where
-// that cannot be, in `separate`. Null: no memory.
+// Reserves memory for the image data: in `bitmap`, which gets its final size, if they can share
+// memory, and otherwise in `separate`. Returns the start of RoomFor bytes, or null without memory.
 uint8_t* MakeRoom(const PngHeader& header, Bitmap& bitmap, Core::ByteArray& separate) {
   const int64_t needed = header.ImageDataSize();
   const int32_t room = RoomFor(needed);
@@ -181,8 +180,8 @@ uint8_t* MakeRoom(const PngHeader& header, Bitmap& bitmap, Core::ByteArray& sepa
   return reinterpret_cast<uint8_t*>(bitmap.Row(0)) + start;
 }
 
-// Decompresses the first `needed` bytes into `imageData`. The whole stream is read, and its
-// checksum tested, even so. False also when it gives fewer.
+// Decompresses the first `needed` bytes into `imageData`, but reads the whole stream and tests its
+// checksum. False: the stream is malformed or gives fewer bytes, or there is no memory.
 bool InflateImageData(const Core::ByteArray& compressedData, int32_t needed, uint8_t* imageData) {
   Core::MemoryStream source(compressedData.Data(), static_cast<uint32_t>(compressedData.Size()));
   Inflater inflater(&source);
@@ -191,51 +190,31 @@ bool InflateImageData(const Core::ByteArray& compressedData, int32_t needed, uin
          obtained >= needed;
 }
 
-// The rows of a file's passes, one after the other.
-class RowDecoder {
- public:
-  RowDecoder(const ChunkContents& contents, uint8_t* imageData, Bitmap& bitmap)
-      : header_(contents.Header()),
-        pixels_(contents.Header(), contents.Colors()),
-        next_(imageData),
-        bitmap_(bitmap) {}
-
-  // Decodes the rows of all passes. False: a filter is unknown.
-  [[nodiscard]] bool Decode() {
-    for (const PngPass& pass : header_.Passes()) {
-      if (!DecodePass(pass)) return false;
-    }
-    return true;
+// Makes the pixels of one pass from its filtered rows at `data`, which is moved to the end of them.
+// False: a filter is unknown.
+//
+// Rows are restored in place, so each finds the restored row before it there. The pixels of that
+// row are written only then (CanShareMemory).
+bool DecodePass(const PngHeader& header, const PngPixels& pixels, const PngPass& pass,
+                uint8_t*& data, Bitmap& bitmap) {
+  const int32_t width = header.PassWidth(pass);
+  const int32_t height = width > 0 ? header.PassHeight(pass) : 0;
+  const int32_t rowSize = static_cast<int32_t>(header.RowSize(width));
+  const auto convert = [&](const uint8_t* samples, int32_t y) {
+    Pixel* row = bitmap.Row(pass.yStart + y * pass.yStep) + pass.xStart;
+    pixels.ConvertRow(samples, width, row, pass.xStep);
+  };
+  const uint8_t* previous = nullptr;
+  for (int32_t y = 0; y < height; ++y) {
+    const uint8_t filter = *data++;
+    if (!UnfilterPngRow(filter, data, previous, rowSize, header.UnitSize())) return false;
+    if (previous != nullptr) convert(previous, y - 1);
+    previous = data;
+    data += rowSize;
   }
-
- private:
-  // Rows are restored in place, so that each finds the restored one before it there; only then are
-  // the pixels of that one written (CanShareMemory).
-  [[nodiscard]] bool DecodePass(const PngPass& pass) {
-    const int32_t passWidth = header_.PassWidth(pass);
-    const int32_t passHeight = passWidth > 0 ? header_.PassHeight(pass) : 0;
-    const int32_t rowSize = static_cast<int32_t>(header_.RowSize(passWidth));
-    const auto convert = [&](const uint8_t* samples, int32_t y) {
-      Pixel* row = bitmap_.Row(pass.yStart + y * pass.yStep) + pass.xStart;
-      pixels_.ConvertRow(samples, passWidth, row, pass.xStep);
-    };
-    const uint8_t* previous = nullptr;
-    for (int32_t y = 0; y < passHeight; ++y) {
-      const uint8_t filter = *next_++;
-      if (!UnfilterPngRow(filter, next_, previous, rowSize, header_.UnitSize())) return false;
-      if (previous != nullptr) convert(previous, y - 1);
-      previous = next_;
-      next_ += rowSize;
-    }
-    if (previous != nullptr) convert(previous, passHeight - 1);
-    return true;
-  }
-
-  const PngHeader header_;
-  const PngPixels pixels_;
-  uint8_t* next_;  // the data of the next row
-  Bitmap& bitmap_;
-};
+  if (previous != nullptr) convert(previous, height - 1);
+  return true;
+}
 
 }  // namespace
 
@@ -249,23 +228,26 @@ bool DecodePng(Core::Stream& in, Bitmap& bitmap) {
     return false;
   }
   Core::ByteArray separate;
-  uint8_t* const imageData = MakeRoom(header, bitmap, separate);
+  uint8_t* imageData = MakeRoom(header, bitmap, separate);
   if (imageData == nullptr ||
       !InflateImageData(contents.CompressedData(), static_cast<int32_t>(needed), imageData)) {
     return false;
   }
   contents.CompressedData().Free();
-  // Without pixels there is nothing to keep: the bitmap stays 0 x 0, as a table of two thousand
-  // million empty rows would serve nobody. Otherwise the passes reach every pixel.
+  // An image without pixels stays 0 x 0: a table of up to 2^31 empty rows would be of no use.
   if (needed == 0) return true;
+  // The passes reach every pixel, so none stays undefined.
   if (!CanShareMemory(header) && !bitmap.ResizeForOverwrite(header.width, header.height)) {
     return false;
   }
-  return RowDecoder(contents, imageData, bitmap).Decode();
+  const PngPixels pixels(header, contents.Colors());
+  return std::ranges::all_of(header.Passes(), [&](const PngPass& pass) {
+    return DecodePass(header, pixels, pass, imageData, bitmap);
+  });
 }
 
 bool LoadPng(Core::Stream& in, Bitmap& bitmap) {
   if (DecodePng(in, bitmap)) return true;
-  static_cast<void>(bitmap.Resize(0, 0));  // giving memory back does not fail
+  static_cast<void>(bitmap.Resize(0, 0));  // freeing memory does not fail
   return false;
 }

@@ -13,8 +13,9 @@ struct PixelRow {
   int32_t step;
 };
 
-// Where the samples may stand in the same memory, a pixel is written when its own and all before it
-// are read. Blocks are made beside it, as the compiler can then make many pixels at a time.
+// Samples and pixels may share memory (PngDecoder.cpp), so a pixel is written only after its own
+// and all earlier samples are read. The blocks are separate memory: the compiler can then make
+// several pixels at once.
 template <typename PixelAt>
 void FillRow(const PixelRow& row, PixelAt pixelAt) {
   constexpr int32_t kBlock = 32;
@@ -33,41 +34,32 @@ void FillRow(const PixelRow& row, PixelAt pixelAt) {
 
 Pixel Opaque(Pixel color) { return color | ~kColorMask; }
 
-Pixel WithAlphaUnlessKey(Pixel color, bool isKey) { return isKey ? color : Opaque(color); }
-
-// The colour, without alpha, of bytes red, green, blue, anything, loaded as a little-endian number.
-Pixel ColorOf(uint32_t bytes) { return Core::SwapBytes32(bytes) >> 8; }
+Pixel OpaqueUnlessKey(Pixel color, bool isKey) { return isKey ? color : Opaque(color); }
 
 void ConvertRgba8(const uint8_t* samples, const PixelRow& row) {
-  FillRow(row, [=](int32_t i) {
-    const uint32_t unit = Core::LoadLittle32(samples + int64_t{i} * 4);
-    return (unit & 0xFF00FF00) | (unit & 0xFF) << 16 | (unit >> 16 & 0xFF);
-  });
+  FillRow(row,
+          [=](int32_t i) { return SwapRedAndBlue(Core::LoadLittle32(samples + int64_t{i} * 4)); });
 }
 
-// Each pixel is loaded with the byte behind it, so the last one is made by itself.
-void ConvertRgb8(const PngColors& colors, const uint8_t* samples, PixelRow row) {
+// Each unit is loaded together with the byte after it, so the last one is converted separately.
+template <typename WithAlpha>
+void FillFromRgb8(const uint8_t* samples, const PixelRow& row, WithAlpha withAlpha) {
   constexpr int32_t kUnit = 3;
-  const int64_t last = row.count - 1;
-  --row.count;
-  const auto& [red, green, blue] = colors.key;
-  const uint8_t* const lastUnit = samples + last * kUnit;
-  const Pixel lastColor = PackPixel(lastUnit[0], lastUnit[1], lastUnit[2], 0);
-  Pixel& lastPixel = row.pixels[last * row.step];
-  if (!colors.hasKey || (red | green | blue) > 0xFF) {  // no sample of 8 bits equals a larger key
-    FillRow(row, [=](int32_t i) {
-      return Opaque(ColorOf(Core::LoadLittle32(samples + int64_t{i} * kUnit)));
-    });
-    lastPixel = Opaque(lastColor);
-    return;
-  }
-  const Pixel key = PackPixel(static_cast<uint8_t>(red), static_cast<uint8_t>(green),
-                              static_cast<uint8_t>(blue), 0);
-  FillRow(row, [=](int32_t i) {
-    const Pixel color = ColorOf(Core::LoadLittle32(samples + int64_t{i} * kUnit));
-    return WithAlphaUnlessKey(color, color == key);
+  const int32_t last = row.count - 1;
+  FillRow({row.pixels, last, row.step}, [=](int32_t i) {
+    return withAlpha(Core::SwapBytes32(Core::LoadLittle32(samples + int64_t{i} * kUnit)) >> 8);
   });
-  lastPixel = WithAlphaUnlessKey(lastColor, lastColor == key);
+  const uint8_t* const unit = samples + int64_t{last} * kUnit;
+  row.pixels[int64_t{last} * row.step] = withAlpha(PackPixel(unit[0], unit[1], unit[2], 0));
+}
+
+void ConvertRgb8(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
+  const auto& [red, green, blue] = colors.key;
+  if (!colors.hasKey || (red | green | blue) > 0xFF) {  // no sample of 8 bits equals a larger key
+    return FillFromRgb8(samples, row, [](Pixel color) { return Opaque(color); });
+  }
+  const Pixel key = Pixel{red} << 16 | Pixel{green} << 8 | blue;
+  FillFromRgb8(samples, row, [=](Pixel color) { return OpaqueUnlessKey(color, color == key); });
 }
 
 void ConvertGreyAlpha8(const uint8_t* samples, const PixelRow& row) {
@@ -77,39 +69,23 @@ void ConvertGreyAlpha8(const uint8_t* samples, const PixelRow& row) {
   });
 }
 
-void ConvertGrey16(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
+template <int32_t kChannels>
+void Convert16(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
+  constexpr int32_t kGreen = kChannels < 3 ? 0 : 2;  // its place in a unit; grey is all colours
   FillRow(row, [&](int32_t i) {
-    const uint8_t* unit = samples + int64_t{i} * 2;
-    const bool isKey = colors.hasKey && Core::LoadBig16(unit) == colors.key[0];
-    return WithAlphaUnlessKey(PackPixel(unit[0], unit[0], unit[0], 0), isKey);
+    const uint8_t* unit = samples + int64_t{i} * 2 * kChannels;
+    const Pixel color = PackPixel(unit[0], unit[kGreen], unit[2 * kGreen], 0);
+    if constexpr (kChannels % 2 == 0) return color | Pixel{unit[2 * kChannels - 2]} << 24;
+    bool isKey = colors.hasKey;
+    for (int32_t c = 0; c < kChannels; ++c) {
+      isKey = isKey && Core::LoadBig16(unit + 2 * c) == colors.key[c];
+    }
+    return OpaqueUnlessKey(color, isKey);
   });
 }
 
-void ConvertRgb16(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
-  FillRow(row, [&](int32_t i) {
-    const uint8_t* unit = samples + int64_t{i} * 6;
-    const bool isKey = colors.hasKey && Core::LoadBig16(unit) == colors.key[0] &&
-                       Core::LoadBig16(unit + 2) == colors.key[1] &&
-                       Core::LoadBig16(unit + 4) == colors.key[2];
-    return WithAlphaUnlessKey(PackPixel(unit[0], unit[2], unit[4], 0), isKey);
-  });
-}
-
-void ConvertGreyAlpha16(const uint8_t* samples, const PixelRow& row) {
-  FillRow(row, [=](int32_t i) {
-    const uint8_t* unit = samples + int64_t{i} * 4;
-    return PackPixel(unit[0], unit[0], unit[0], unit[2]);
-  });
-}
-
-void ConvertRgba16(const uint8_t* samples, const PixelRow& row) {
-  FillRow(row, [=](int32_t i) {
-    const uint8_t* unit = samples + int64_t{i} * 8;
-    return PackPixel(unit[0], unit[2], unit[4], unit[6]);
-  });
-}
-
-// Samples of up to 8 bits, several to a byte with the first one highest, as indices into `colors`.
+// Samples of up to 8 bits are indices into `colors`. A byte holds the first sample in its highest
+// bits.
 template <int32_t kBits>
 void ConvertPacked(const Pixel* colors, const uint8_t* samples, const PixelRow& row) {
   constexpr int32_t kPerByte = 8 / kBits;
@@ -138,11 +114,11 @@ void PngPixels::ConvertRow(const uint8_t* samples, int32_t count, Pixel* pixels,
   const bool isWide = header_.bitDepth == 16;
   switch (header_.colorType) {
     case kPngTruecolor:
-      return isWide ? ConvertRgb16(colors_, samples, row) : ConvertRgb8(colors_, samples, row);
+      return isWide ? Convert16<3>(colors_, samples, row) : ConvertRgb8(colors_, samples, row);
     case kPngGreyAlpha:
-      return isWide ? ConvertGreyAlpha16(samples, row) : ConvertGreyAlpha8(samples, row);
+      return isWide ? Convert16<2>(colors_, samples, row) : ConvertGreyAlpha8(samples, row);
     case kPngTruecolorAlpha:
-      return isWide ? ConvertRgba16(samples, row) : ConvertRgba8(samples, row);
+      return isWide ? Convert16<4>(colors_, samples, row) : ConvertRgba8(samples, row);
     default:
       break;
   }
@@ -156,7 +132,7 @@ void PngPixels::ConvertRow(const uint8_t* samples, int32_t count, Pixel* pixels,
       return ConvertPacked<4>(table, samples, row);
     case 8:
       return ConvertPacked<8>(table, samples, row);
-    default:  // indices are never 16 bits wide
-      return ConvertGrey16(colors_, samples, row);
+    default:  // 16 bits, so grey
+      return Convert16<1>(colors_, samples, row);
   }
 }

@@ -7,18 +7,19 @@
 #include "Image/Color.h"
 #include "Image/PngHeader.h"
 
-// What PLTE and tRNS say about the colours of an image.
+// The contents of PLTE and tRNS.
 struct PngColors {
   static constexpr int32_t kPaletteSize = 256;
 
-  // Deliberate: transparent black wherever the file gives no entry, so that an index past its
-  // palette is a pixel to repair and no fault.
+  // Deliberate: entries that the file does not give are transparent black, so an index past its
+  // palette is a pixel to repair and not an error.
   std::array<Pixel, kPaletteSize> palette = {};
 
-  // The entries that the file gave. May exceed kPaletteSize: the surplus is not kept.
+  // The number of entries in the file. It may exceed kPaletteSize; the surplus is not kept.
   int32_t paletteCount = 0;
 
-  // The colour, in full samples, whose pixels are transparent: red, green and blue, or grey first.
+  // The colour whose pixels are transparent, with samples of the file's depth: red, green and blue,
+  // or grey in the first place.
   bool hasKey = false;
   std::array<uint16_t, 3> key = {};
 };
@@ -28,10 +29,11 @@ class PngPixels {
   // `colors` is borrowed.
   PngPixels(const PngHeader& header, const PngColors& colors);
 
-  // Writes the `count` pixels that the restored row data `samples` holds to `pixels`, `step` places
-  // apart. 16-bit samples keep their upper byte; a key is compared with all 16 bits.
-  // Requires: header.RowSize(count) bytes at `samples`, and count is not 0. Where the samples stand
-  // in the memory of the pixels, step is 1 and no pixel ends behind the samples of the next one.
+  // Converts the restored row `samples` to `count` pixels: at pixels[0], pixels[step], and so on.
+  // 16-bit samples keep their upper byte; a key is compared with all 16 bits.
+  // Requires: there are header.RowSize(count) bytes at `samples`, and count is not 0. If samples
+  // and pixels share memory, step is 1 and no pixel ends after the start of the next pixel's
+  // samples.
   void ConvertRow(const uint8_t* samples, int32_t count, Pixel* pixels, int32_t step) const;
 
  private:
@@ -39,5 +41,5 @@ class PngPixels {
 
   PngHeader header_;
   const PngColors& colors_;
-  std::array<Pixel, 256> greys_;  // by sample, where samples have up to 8 bits; the key applied
+  std::array<Pixel, 256> greys_;  // by sample of up to 8 bits, with the key applied
 };

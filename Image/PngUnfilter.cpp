@@ -1,5 +1,7 @@
 #include "Image/PngUnfilter.h"
 
+#include <array>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,41 +13,34 @@
 
 namespace {
 
-// Left of the first unit everything is 0, and left of its first row too; so the predictors begin
-// with zeros, and the loops need no test. All arithmetic on bytes is modulo 256.
+// The bytes to the left of a row count as 0. So the vector loops start with zeros and need no test
+// for the first unit. All arithmetic on bytes is modulo 256.
 
 #if defined(__SSE2__)
 
-// A unit of 3 or 6 bytes is moved in two parts; gathering it in memory would make each load wait
-// for two stores.
-template <int32_t kUnit>
-constexpr int32_t kSecondPart = kUnit % 3 == 0 ? kUnit / 3 : 0;
-
-// A unit in the lowest bytes of a register.
-template <int32_t kUnit>
+// Copies a unit into the lowest bytes of a register.
+template <int32_t kBytes>
 __m128i LoadUnit(const uint8_t* bytes) {
-  constexpr int32_t kFirstPart = kUnit - kSecondPart<kUnit>;
   uint64_t unit = 0;
-  uint64_t rest = 0;
-  std::memcpy(&unit, bytes, kFirstPart);
-  std::memcpy(&rest, bytes + kFirstPart, kSecondPart<kUnit>);
-  return _mm_cvtsi64_si128(static_cast<int64_t>(unit | rest << 8 * (kFirstPart & 7)));
+  std::memcpy(&unit, bytes, kBytes);
+  return _mm_cvtsi64_si128(static_cast<int64_t>(unit));
 }
 
+// Units of 3 and 6 bytes are stored in two parts: one copy of such a size goes through the stack.
 template <int32_t kUnit>
 void StoreUnit(uint8_t* bytes, __m128i unit) {
-  constexpr int32_t kFirstPart = kUnit - kSecondPart<kUnit>;
+  constexpr int32_t kFirstPart = std::bit_floor(uint32_t{kUnit});
   const auto word = static_cast<uint64_t>(_mm_cvtsi128_si64(unit));
-  const uint64_t rest = word >> 8 * (kFirstPart & 7);
+  const uint64_t rest = word >> 8 * (kFirstPart & 7);  // 8 bytes have no second part
   std::memcpy(bytes, &word, kFirstPart);
-  std::memcpy(bytes + kFirstPart, &rest, kSecondPart<kUnit>);
+  std::memcpy(bytes + kFirstPart, &rest, kUnit - kFirstPart);
 }
 
-// Replaces each unit by restore(unit, the one above). Before the last one, those of 3 and 6 bytes
-// are loaded as 4 and 8; what else is in the register does no harm.
+// Replaces each unit by restore(unit, the unit above). Units of 3 and 6 bytes are loaded as 4 and 8
+// bytes, in one load; the last unit, with nothing after it, is loaded as it is.
 template <int32_t kUnit, typename Restore>
 void RestoreUnits(uint8_t* row, const uint8_t* previous, int32_t length, Restore restore) {
-  constexpr int32_t kLoaded = kUnit + kSecondPart<kUnit>;
+  constexpr int32_t kLoaded = std::bit_ceil(uint32_t{kUnit});
   const int32_t last = length - kUnit;
   for (int32_t i = 0; i < last; i += kUnit) {
     StoreUnit<kUnit>(row + i, restore(LoadUnit<kLoaded>(row + i), LoadUnit<kLoaded>(previous + i)));
@@ -62,7 +57,7 @@ void UnfilterSub(uint8_t* row, int32_t length) {
   });
 }
 
-// The average that the instruction gives is rounded up where the sum is odd.
+// The instruction rounds an average up; 1 is subtracted again where the sum is odd.
 template <int32_t kUnit>
 void UnfilterAverage(uint8_t* row, const uint8_t* previous, int32_t length) {
   const __m128i mask = previous == nullptr ? _mm_setzero_si128() : _mm_set1_epi8(-1);
@@ -75,18 +70,19 @@ void UnfilterAverage(uint8_t* row, const uint8_t* previous, int32_t length) {
       });
 }
 
-// In lanes of 16 bits. Wanted is whichever of left, above and upper left is nearest to their sum
-// left + above - upper left, ties going to the left, then to the one above. With low and high for
-// the lesser and the greater of left and above, c for the upper left, and t = 3 c - left - above:
+// In lanes of 16 bits. The predictor is the one of left, above and c = upper left that is nearest
+// to p = left + above - c; on a tie left wins, then above. Let low and high be the smaller and the
+// larger of left and above, and t = 3 c - left - above:
 //
-//   c <= low         the sum is at high or beyond it: high; and t <= c <= low
-//   c >= high        the sum is at low or beyond it: low; and t >= c >= high
-//   low < c < high   from the sum it is c - low to high, high - c to low, and |low + high - 2 c| to
-//                    c; high is as near as c if c - low <= low + high - 2 c, which is t <= low, and
-//                    then nearer than low; low in the same way if t >= high; otherwise c is nearest
+//   c <= low         p >= high, so high is nearest; and t <= c <= low
+//   c >= high        p <= low, so low is nearest; and t >= c >= high
+//   low < c < high   the distances from p are c - low to high, high - c to low, and
+//                    |low + high - 2 c| to c. If c - low <= low + high - 2 c, which is t <= low,
+//                    high is nearest. In the same way low is nearest if t >= high. Otherwise c is.
 //
-// So it is high if t <= low, low if t >= high, and c if neither. Where both hold high equals low.
-// This has half the steps from one unit to the next that comparing the distances has.
+// So the predictor is high if t <= low, low if t >= high, and c if neither holds; if both hold,
+// high equals low. From one unit to the next this takes half as many steps as comparing the
+// distances.
 template <int32_t kUnit>
 void UnfilterPaeth(uint8_t* row, const uint8_t* previous, int32_t length) {
   const __m128i zero = _mm_setzero_si128();
@@ -126,8 +122,8 @@ void UnfilterAverage(uint8_t* row, const uint8_t* previous, int32_t length) {
   }
 }
 
-// Whichever of left, above and upper left is nearest to left + above - upper left; ties go to the
-// left, then to the one above.
+// The one of left, above and upper left that is nearest to left + above - upper left. On a tie left
+// wins, then above.
 uint8_t PaethPredictor(int32_t left, int32_t above, int32_t upperLeft) {
   const int32_t fromLeft = std::abs(above - upperLeft);
   const int32_t fromAbove = std::abs(left - upperLeft);
@@ -166,7 +162,7 @@ bool Unfilter(uint8_t filter, uint8_t* row, const uint8_t* previous, int32_t len
       UnfilterAverage<kUnit>(row, previous, length);
       return true;
     case kPngFilterPaeth:
-      // Below zeros the nearest is always the left.
+      // With zeros above, the predictor is always the byte to the left.
       if (previous == nullptr) return Unfilter<kUnit>(kPngFilterSub, row, previous, length);
       UnfilterPaeth<kUnit>(row, previous, length);
       return true;
@@ -179,20 +175,9 @@ bool Unfilter(uint8_t filter, uint8_t* row, const uint8_t* previous, int32_t len
 
 bool UnfilterPngRow(uint8_t filter, uint8_t* row, const uint8_t* previous, int32_t length,
                     int32_t unit) {
-  switch (unit) {
-    case 1:
-      return Unfilter<1>(filter, row, previous, length);
-    case 2:
-      return Unfilter<2>(filter, row, previous, length);
-    case 3:
-      return Unfilter<3>(filter, row, previous, length);
-    case 4:
-      return Unfilter<4>(filter, row, previous, length);
-    case 6:
-      return Unfilter<6>(filter, row, previous, length);
-    case 8:
-      return Unfilter<8>(filter, row, previous, length);
-    default:
-      return false;
-  }
+  using UnfilterRow = bool(uint8_t, uint8_t*, const uint8_t*, int32_t);
+  static constexpr std::array<UnfilterRow*, 9> kByUnit = {nullptr,     Unfilter<1>, Unfilter<2>,
+                                                          Unfilter<3>, Unfilter<4>, nullptr,
+                                                          Unfilter<6>, nullptr,     Unfilter<8>};
+  return kByUnit[unit](filter, row, previous, length);
 }
