@@ -13,14 +13,13 @@ namespace {
 
 constexpr uint64_t kAllOfWord = std::numeric_limits<uint64_t>::max();
 
-// One call's work. A pixel is named by its index, y * width + x. From MakeCells to RestoreAlphas
-// the bitmap's words are cells (Tool/Surroundings.h): nothing but the mask, a bit a pixel, and the
-// lists of a wave is needed beside it.
+// One repair. A pixel is named by its index, y * width + x. From MakeCells to RestoreAlphas the
+// bitmap's words are cells (Tool/Surroundings.h). The only other memory is the mask, with one bit a
+// pixel, the lists of two waves and, above threshold 0, the alphas.
 //
-// Deliberate: a pixel recoloured earlier in a wave is already a source for the pixels handled after
-// it in the same wave, so the order of handling decides the colours: within a wave first, last, and
-// then backwards (RunWave). A scheme in which only the previous wave's colours count gives other
-// pictures.
+// Deliberate: a pixel that gets its colour is at once a source for later pixels of the same wave.
+// So the order within a wave decides the colours: first, last, then backwards (RunWave). A scheme
+// in which only the colours of earlier waves count gives other pictures.
 class Repair {
  public:
   // Requires: the bitmap has pixels, 0 <= threshold <= 255.
@@ -45,23 +44,28 @@ class Repair {
   }
 
  private:
+  // Calls change(cell) for every hidden pixel, in scan order.
+  template <typename Change>
+  void ChangeHidden(Change change) {
+    mask_.VisitHidden([=, this](int64_t first, uint64_t hidden) {
+      Pixel* const cells = cells_ + first;
+      if (hidden == kAllOfWord) {  // frequent, and a loop for the compiler's vectors
+        for (int k = 0; k < 64; ++k) change(cells[k]);
+        return;
+      }
+      for (; hidden != 0; hidden &= hidden - 1) change(cells[std::countr_zero(hidden)]);
+    });
+  }
+
   // Makes every hidden pixel a fresh cell. False: no memory.
   bool MakeCells() {
-    const bool made = mask_.VisitHidden([this](int64_t first, uint64_t hidden) {
-      Pixel* const cells = cells_ + first;
-      if (threshold_ == 0 && hidden == kAllOfWord) {
-        std::fill_n(cells, 64, kFreshCell);
-        return true;
-      }
-      for (; hidden != 0; hidden &= hidden - 1) {
-        Pixel& cell = cells[std::countr_zero(hidden)];
-        if (threshold_ > 0 && !alphas_.Append(AlphaOf(cell))) return false;
-        cell = kFreshCell;
-      }
-      return true;
-    });
-    if (made) MarkBorder();
-    return made;
+    if (threshold_ > 0) {
+      if (!alphas_.SetSize(width_ * height_)) return false;
+      std::transform(cells_, cells_ + alphas_.Size(), alphas_.begin(), AlphaOf);
+    }
+    ChangeHidden([](Pixel& cell) { cell = kFreshCell; });
+    MarkBorder();
+    return true;
   }
 
   void MarkBorder() {
@@ -76,44 +80,34 @@ class Repair {
     }
   }
 
-  // The hidden pixels, all of them known by now, get their own alpha back.
+  // Gives the hidden pixels, all of them known by now, their own alpha back.
   void RestoreAlphas() {
-    const uint8_t* alpha = alphas_.Data();
-    static_cast<void>(mask_.VisitHidden([this, &alpha](int64_t first, uint64_t hidden) {
-      Pixel* const cells = cells_ + first;
-      if (threshold_ == 0 && hidden == kAllOfWord) {
-        for (int k = 0; k < 64; ++k) cells[k] &= kColorMask;
-        return true;
-      }
-      for (; hidden != 0; hidden &= hidden - 1) {
-        Pixel& cell = cells[std::countr_zero(hidden)];
-        cell = (cell & kColorMask) | (threshold_ > 0 ? Pixel{*alpha++} << 24 : 0);
-      }
-      return true;
-    }));
+    if (threshold_ == 0) return ChangeHidden([](Pixel& cell) { cell &= kColorMask; });
+    for (int32_t i = 0; i < alphas_.Size(); ++i) {
+      cells_[i] = (cells_[i] & kColorMask) | Pixel{alphas_[i]} << 24;
+    }
   }
 
   // Lists, in scan order, the hidden pixels that touch a visible one. False: no memory.
-  // Deliberate: they are not marked as queued, so those that the first wave reaches before they
-  // have their colour are listed again, which decides the order of the second.
+  // Deliberate: they are not marked as queued. So those that the first wave reaches before they
+  // have their colour are listed again, which decides the order of the second wave.
   bool Seed() {
-    int64_t most = 0;
-    static_cast<void>(mask_.VisitHidden([this, &most](int64_t first, uint64_t hidden) {
-      most += std::popcount(hidden & mask_.NearVisible(first));
-      return true;
-    }));
-    // The next wave's list is seldom longer: neither is copied to grow.
-    const int32_t capacity = static_cast<int32_t>(most);
-    if (!current_.SetCapacity(capacity) || !next_.SetCapacity(capacity)) return false;
-    return mask_.VisitHidden([this](int64_t first, uint64_t hidden) {
+    int64_t maxSeeds = 0;
+    mask_.VisitHidden([&](int64_t first, uint64_t hidden) {
+      maxSeeds += std::popcount(hidden & mask_.NearVisible(first));
+    });
+    // The list of the next wave is seldom longer, so neither list has to grow.
+    const int32_t capacity = static_cast<int32_t>(maxSeeds);
+    if (!current_.SetSize(capacity) || !next_.SetCapacity(capacity)) return false;
+    int32_t* end = current_.begin();
+    mask_.VisitHidden([&](int64_t first, uint64_t hidden) {
       for (uint64_t near = hidden & mask_.NearVisible(first); near != 0; near &= near - 1) {
         const int32_t index = static_cast<int32_t>(first) + std::countr_zero(near);
         const bool isOnBorder = (cells_[index] & kBorderBit) != 0;
-        if (isOnBorder && !TouchesKnown(index)) continue;  // the mask is not exact there
-        if (!current_.Append(index)) return false;
+        if (!isOnBorder || TouchesKnown(index)) *end++ = index;  // the mask is not exact there
       }
-      return true;
     });
+    return SetEnd(current_, end);
   }
 
   bool TouchesKnown(int32_t index) const {
@@ -121,17 +115,17 @@ class Repair {
     return std::any_of(window.cells, window.cells + Window::kCells, IsKnown);
   }
 
-  // Gives every pixel of the current list that has no colour yet the average of its known
-  // neighbours, truncated, and lists those that it reached in the next one. False: no memory.
+  // Gives every pixel of the current list that is not known yet the average of its known
+  // neighbours, truncated, and lists its fresh neighbours for the next wave. False: no memory.
   //
-  // The list stands still and is taken from both ends: from the back after a pixel was given its
-  // colour, from the front after one was passed over. That is the order of a list that is walked
-  // from the front, in which the last entry takes the place of each one done.
-  // Deliberate: entries that are known by now decide where the next one is taken from, so they are
-  // not kept out of the list.
+  // Entries are taken from both ends of the list: from the back after a pixel has got its colour,
+  // from the front after a known pixel was skipped. This is the order of walking a list from the
+  // front while the last entry replaces each one that has got its colour.
+  // Deliberate: known entries decide from which end the next entry is taken, so they stay in the
+  // list.
   bool RunWave() {
     const std::array<int32_t, kNeighbours> distances = NeighbourDistances(width_);
-    const int32_t width = width_;  // here and below: what the stores into cells cannot change
+    const int32_t width = width_;  // copies, which no store to a cell can change
     Pixel* const cells = cells_;
     const int32_t* front = current_.begin();
     const int32_t* back = current_.end();
@@ -149,26 +143,27 @@ class Repair {
       cells[index] = found.average;
       if (found.fresh == 0) continue;
       if (outEnd - out < kNeighbours) {
-        if (!EndNext(out) || !next_.Reserve(next_.Size() + kNeighbours)) return false;
+        if (!SetEnd(next_, out) || !next_.Reserve(next_.Size() + kNeighbours)) return false;
         out = next_.end();
         outEnd = next_.begin() + next_.Capacity();
       }
-      // Eight branches of their own: the processor foretells them better than a loop's length.
+      // The compiler unrolls this: eight separate branches are predicted better than the trip count
+      // of one loop over the set bits.
       for (int k = 0; k < kNeighbours; ++k) {
         if ((found.fresh >> k & 1) == 0) continue;
         *out = index + distances[k];
         cells[*out++] |= kQueuedBit;
       }
     }
-    return EndNext(out);
+    return SetEnd(next_, out);
   }
 
-  // Makes `end`, which lies within the capacity, the end of the next list.
-  bool EndNext(const int32_t* end) {
-    return next_.SetSize(static_cast<int32_t>(end - next_.begin()));
+  // Makes `list` end at `end`. False: it has no memory. Requires: `end` is within its capacity.
+  static bool SetEnd(Core::Array<int32_t>& list, const int32_t* end) {
+    return list.SetSize(static_cast<int32_t>(end - list.begin()));
   }
 
-  // A copy of the cells around one on the border, with queued ones where the image ends.
+  // A copy of a border cell and the cells around it, with queued cells outside the image.
   struct Window {
     static constexpr int32_t kWidth = 3;
     static constexpr int32_t kCells = kWidth * kWidth;
@@ -189,14 +184,13 @@ class Repair {
   };
 
   const Bitmap& bitmap_;
-  Pixel* const cells_;  // its pixels
+  Pixel* const cells_;  // the pixels of bitmap_
   const int32_t width_;
   const int32_t height_;
   const int32_t threshold_;
   VisibleMask mask_;
-  Core::ByteArray
-      alphas_;  // of the hidden pixels in scan order; none where the threshold makes all 0
-  Core::Array<int32_t> current_;
+  Core::ByteArray alphas_;  // of all pixels; empty for threshold 0, where all hidden ones are 0
+  Core::Array<int32_t> current_;  // the pixels of this wave, by index
   Core::Array<int32_t> next_;
 };
 

@@ -10,7 +10,6 @@
 #include "Image/PngDecoder.h"
 #include "Image/PngEncoder.h"
 #include "Tool/AlphaRepair.h"
-#include "Tool/CommandLine.h"
 
 namespace {
 
@@ -29,102 +28,104 @@ constexpr int kAnswerYes = 'y';
 
 bool IsOpen(Core::File& file) { return (file.GetCaps() & Core::kOpen) != 0; }
 
-// Ends a run that went well, with a word to those who want to know.
-ExitStatus Succeed(const char* message) {
-  if (commandLine.verbose) std::fputs(message, stdout);
+// Ends a good run, with a message if it is verbose.
+ExitStatus Succeed(const CommandLine& line, const char* message) {
+  if (line.verbose) std::fputs(message, stdout);
   return kSuccess;
 }
 
-ExitStatus FailToRead() {
-  std::fprintf(stderr, "failed to read image %s!\n", commandLine.input.ToNarrow());
+ExitStatus FailToRead(const Core::String& input) {
+  std::fprintf(stderr, "failed to read image %s!\n", input.ToNarrow());
   return kInputNotRead;
 }
 
-ExitStatus ReadInput(Bitmap& bitmap) {
-  Core::File file(commandLine.input, Core::kModeRead, Core::kShareAll);
-  if (!IsOpen(file)) {
-    std::fprintf(stderr, "failed to open %s!\n", commandLine.input.ToNarrow());
-    return kInputNotOpened;
-  }
-  return LoadPng(file, bitmap) ? kSuccess : FailToRead();
-}
-
-// Whether the output may be written: there is none yet, or the user agrees.
-// Deliberate: a file that cannot be opened for reading counts as not there. Of the answer only the
-// first character is read, and only a lower-case y agrees.
-bool MayOverwrite() {
-  if (commandLine.inPlace || commandLine.force) return true;
-  Core::File existing(commandLine.output, Core::kModeRead, Core::kShareAll);
-  if (!IsOpen(existing)) return true;
-  std::printf("output filename (%s) already exists, overwrite? (y/n)\n",
-              commandLine.output.ToNarrow());
-  std::fflush(stdout);  // the question must be seen before the answer is waited for
-  return std::getc(stdin) == kAnswerYes;
-}
-
-ExitStatus FailToCreate() {
-  std::fprintf(stderr, "failed to create output file (%s)\n", commandLine.output.ToNarrow());
+ExitStatus FailToCreate(const Core::String& output) {
+  std::fprintf(stderr, "failed to create output file (%s)\n", output.ToNarrow());
   return kOutputNotCreated;
 }
 
-ExitStatus FailToWrite() {
-  std::fprintf(stderr, "failed to write output file (%s)\n", commandLine.output.ToNarrow());
+ExitStatus FailToWrite(const Core::String& output) {
+  std::fprintf(stderr, "failed to write output file (%s)\n", output.ToNarrow());
   return kOutputNotWritten;
 }
 
-// Whether the output could be opened, found out without touching a file that is there: it may be
-// the only copy of the picture.
-bool CanOpenOutput() {
-  Core::File existing(commandLine.output, Core::kModeWrite, Core::kShareAll);
-  if (IsOpen(existing)) return true;
-  Core::File made(commandLine.output, Core::kModeWrite | Core::kModeCreate, Core::kShareAll);
-  return IsOpen(made);
+ExitStatus ReadInput(const Core::String& input, Bitmap& bitmap) {
+  Core::File file(input, Core::kModeRead, Core::kShareAll);
+  if (!IsOpen(file)) {
+    std::fprintf(stderr, "failed to open %s!\n", input.ToNarrow());
+    return kInputNotOpened;
+  }
+  return LoadPng(file, bitmap) ? kSuccess : FailToRead(input);
 }
 
-// Opening the output empties it, and compressing can take seconds or run out of memory. So the
-// whole file is made before: nothing but the writing itself can then cost an in-place picture.
-// Deliberate: an output that could not be written whole is left as it stands; nothing is removed.
-ExitStatus WriteOutput(const Bitmap& bitmap) {
+// Asks before a file is overwritten. True: there is none, or the user agrees.
+// Deliberate: a file that cannot be opened for reading counts as absent. Only the first character
+// of the answer is read, and only a lower-case y agrees.
+bool MayCreate(const Core::String& output) {
+  Core::File existing(output, Core::kModeRead, Core::kShareAll);
+  if (!IsOpen(existing)) return true;
+  std::printf("output filename (%s) already exists, overwrite? (y/n)\n", output.ToNarrow());
+  std::fflush(stdout);  // the user must see the question before the program waits for the answer
+  return std::getc(stdin) == kAnswerYes;
+}
+
+// True if the output can be opened for writing. The test does not change a file that exists: it may
+// be the only copy of the picture.
+bool CanOpen(const Core::String& output) {
+  Core::File existing(output, Core::kModeWrite, Core::kShareAll);
+  if (IsOpen(existing)) return true;
+  Core::File created(output, Core::kModeWrite | Core::kModeCreate, Core::kShareAll);
+  return IsOpen(created);
+}
+
+// Opening the output empties it, and compressing takes seconds or runs out of memory. So the whole
+// file is made first: only a failure of the writing itself can then destroy a picture in place.
+// Deliberate: an output that could not be written whole stays as it is; nothing is removed.
+ExitStatus WriteOutput(const Core::String& output, const Bitmap& bitmap) {
   Core::MemoryStream encoded;
-  if (!EncodePng(bitmap, encoded)) return CanOpenOutput() ? FailToWrite() : FailToCreate();
-  Core::File file(commandLine.output, kModeNewOutput, Core::kShareAll);
-  if (!IsOpen(file)) return FailToCreate();
-  const int32_t size = static_cast<int32_t>(encoded.GetSize());  // a stream in memory has no more
-  return Core::WriteInPieces(file, encoded.GetData(), size) ? Succeed("success\n") : FailToWrite();
+  if (!EncodePng(bitmap, encoded))
+    return CanOpen(output) ? FailToWrite(output) : FailToCreate(output);
+  Core::File file(output, kModeNewOutput, Core::kShareAll);
+  if (!IsOpen(file)) return FailToCreate(output);
+  const int32_t size = static_cast<int32_t>(encoded.GetSize());  // a memory stream is never larger
+  return Core::WriteInPieces(file, encoded.GetData(), size) ? kSuccess : FailToWrite(output);
 }
 
 }  // namespace
 
 int RunApplication(int argc, char** argv) {
   if (!ParseArguments(argc, argv)) {
-    PrintUsage();
+    PrintUsage(commandLine);
     return kSuccess;  // Deliberate: a wrong command line is not a failure to the shell.
   }
-  PrintBanner();
-  return commandLine.lacksMemory ? kInputNotRead : RunTool();
+  PrintBanner(commandLine);
+  return commandLine.lacksMemory ? kInputNotRead : RunTool(commandLine);
 }
 
-int RunTool() {
+int RunTool(const CommandLine& line) {
   Bitmap bitmap;
-  if (const ExitStatus status = ReadInput(bitmap); status != kSuccess) return status;
+  if (const ExitStatus status = ReadInput(line.input, bitmap); status != kSuccess) return status;
   switch (RepairPixels(bitmap, kTransparentThreshold)) {
     case RepairResult::kNothingToFix:  // Deliberate: -o alone is no reason to write
-      return Succeed("nothing to fix\n");
+      return Succeed(line, "nothing to fix\n");
     case RepairResult::kOutOfMemory:
-      return FailToRead();  // nothing has been opened for writing yet
+      return FailToRead(line.input);  // nothing has been opened for writing yet
     case RepairResult::kRepaired:
       break;
   }
-  if (commandLine.opaque) bitmap.SetAlpha(kOpaqueAlpha);
-  return MayOverwrite() ? WriteOutput(bitmap) : Succeed("aborted\n");
+  if (line.opaque) bitmap.SetAlpha(kOpaqueAlpha);
+  const bool mayWrite = line.inPlace || line.force || MayCreate(line.output);
+  if (!mayWrite) return Succeed(line, "aborted\n");
+  const ExitStatus status = WriteOutput(line.output, bitmap);
+  return status == kSuccess ? Succeed(line, "success\n") : status;
 }
 
-void PrintBanner() {
-  if (commandLine.verbose) std::fputs("Halomend v1.0, (c) 2026 the Halomend authors\n", stdout);
+void PrintBanner(const CommandLine& line) {
+  if (line.verbose) std::fputs("Halomend v1.0, (c) 2026 the Halomend authors\n", stdout);
 }
 
-void PrintUsage() {
-  PrintBanner();
+void PrintUsage(const CommandLine& line) {
+  PrintBanner(line);
   std::fputs("usage: Halomend [args] <file> [<outfile>]\n", stdout);
   std::fputs("args:\n", stdout);
   std::fputs("       -h, -? help\n", stdout);

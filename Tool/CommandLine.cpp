@@ -8,32 +8,31 @@ constinit CommandLine commandLine;
 
 namespace {
 
-// Takes `argument` as a file name, with its narrow form: made now, it cannot be missing later, when
-// an existing output that cannot be named would pass for one that does not exist. Without memory
-// for it no image can be read either, and that is what is said.
-void TakeName(Core::String& name, const char* argument) {
+// Assigns `argument` to `name`, and makes its narrow form now: if that failed later, an output that
+// exists could not be named and would count as absent. Without memory for it no image can be read
+// either, so the message for `input` says that.
+void TakeName(CommandLine& line, Core::String& name, const char* argument) {
   if (name.Assign(Core::kCodePageDefault, argument, nullptr) && name.PrepareNarrow()) return;
-  const bool isInput = &name == &commandLine.input;
-  std::fprintf(stderr, "failed to read image %s!\n",
-               isInput ? argument : commandLine.input.ToNarrow());
-  commandLine.lacksMemory = true;
+  const char* const input = &name == &line.input ? argument : line.input.ToNarrow();
+  std::fprintf(stderr, "failed to read image %s!\n", input);
+  line.lacksMemory = true;
 }
 
-// Takes a group of switch letters. False: parsing ends here. The letters before have taken effect.
-bool ParseSwitches(const char* argument) {
+// Reads a group of switch letters. False: parsing ends here; the letters before have taken effect.
+bool ParseSwitches(CommandLine& line, const char* argument) {
   for (const char* letter = argument + 1; *letter != '\0'; ++letter) {
     switch (*letter) {
       case 'f':
-        commandLine.force = true;
+        line.force = true;
         break;
       case 'i':
-        commandLine.inPlace = true;
+        line.inPlace = true;
         break;
       case 'o':
-        commandLine.opaque = true;
+        line.opaque = true;
         break;
       case 'v':
-        commandLine.verbose = true;
+        line.verbose = true;
         break;
       case '-':  // so that --v is -v
         break;
@@ -48,31 +47,31 @@ bool ParseSwitches(const char* argument) {
   return true;
 }
 
-// False: there is no place for another name. Emptiness is that of the decoded text, so a name that
-// decodes to nothing leaves its place to the next one.
-bool ParseName(const char* argument) {
-  if (commandLine.input.IsEmpty()) {
-    TakeName(commandLine.input, argument);
+// Reads a file name. False: one name too many. A name that decodes to nothing counts as not given,
+// so the next name takes its place.
+bool ParseName(CommandLine& line, const char* argument) {
+  if (line.input.IsEmpty()) {
+    TakeName(line, line.input, argument);
     return true;
   }
-  // Deliberate: only an -i before the second name refuses that name; an -i after it replaces it.
-  if (commandLine.inPlace || !commandLine.output.IsEmpty()) {
+  // Deliberate: an -i before the second name refuses that name; an -i after it replaces the name.
+  if (line.inPlace || !line.output.IsEmpty()) {
     std::fprintf(stderr, "invalid extra filename: %s\n", argument);
     return false;
   }
-  TakeName(commandLine.output, argument);
+  TakeName(line, line.output, argument);
   return true;
 }
 
-// Tests what only the whole command line can tell, and makes the input the output under -i. Returns
-// the error message, or null.
-const char* Complete() {
-  if (commandLine.input.IsEmpty()) return "filename not specified\n";
-  if (commandLine.inPlace) commandLine.output = commandLine.input;
-  if (commandLine.inPlace && commandLine.opaque) {
+// Checks the command line as a whole, and makes the input the output under -i. Returns the error
+// message, or null.
+const char* Complete(CommandLine& line) {
+  if (line.input.IsEmpty()) return "filename not specified\n";
+  if (line.inPlace) line.output = line.input;
+  if (line.inPlace && line.opaque) {
     return "error: cannot combine opaque and inplace flags\n";
   }
-  return commandLine.output.IsEmpty() ? "output filename not specified\n" : nullptr;
+  return line.output.IsEmpty() ? "output filename not specified\n" : nullptr;
 }
 
 }  // namespace
@@ -80,10 +79,12 @@ const char* Complete() {
 bool ParseArguments(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const char* const argument = argv[i];
-    if (!(argument[0] == '-' ? ParseSwitches(argument) : ParseName(argument))) return false;
+    const bool goesOn = argument[0] == '-' ? ParseSwitches(commandLine, argument)
+                                           : ParseName(commandLine, argument);
+    if (!goesOn) return false;
     if (commandLine.lacksMemory) return true;
   }
-  const char* const error = Complete();
+  const char* const error = Complete(commandLine);
   if (error != nullptr) std::fputs(error, stderr);
   return error == nullptr;
 }

@@ -1,4 +1,4 @@
-// The command line: four flags and two file names, kept for the length of the process.
+// The command line: four flags and two file names, kept as long as the process runs.
 #pragma once
 
 #include "Core/String.h"
@@ -11,13 +11,14 @@ struct CommandLine {
   Core::String input;    // file names, empty while not given
   Core::String output;
 
-  // There was no memory for a name. The failure has been reported, the run is not to begin.
+  // There was no memory for a name. The failure has been reported, and the run must not begin.
   bool lacksMemory = false;
 };
 
-// What ParseArguments filled. Empty before main; main drops the names while the heap still serves.
+// Filled by ParseArguments. The names are empty when static objects are destroyed: an exit handler
+// of main releases them while the heap still serves, so the order of destruction does not matter.
 extern constinit CommandLine commandLine;
 
-// Reads argv[1] to argv[argc - 1] into `commandLine`. False: the usage is to be shown; an error
-// message, if there is one, has been printed.
+// Reads argv[1] to argv[argc - 1] into `commandLine`. False: the caller must show the usage; the
+// error message, if there is one, has been printed.
 [[nodiscard]] bool ParseArguments(int argc, char** argv);

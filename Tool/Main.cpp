@@ -1,10 +1,11 @@
 // Start-up and shutdown of the process.
 //
-// The order matters because the heap behind operator new is switched on in the middle of it and is
-// destroyed by an exit handler: what was allocated before stays with the C library's allocator, and
-// what was allocated from the heap is released before main returns.
+// The order matters. The heap under operator new is activated during start-up, so the process lock
+// before it comes from the C library. The heap is destroyed at exit, so all its blocks must be
+// released earlier.
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -21,19 +22,25 @@ namespace {
 
 constexpr int kFatalStatus = 1;
 
-// Takes the numbers of standard streams that the caller has closed. A picture's file would get them
-// otherwise: its first byte would pass for the user's answer, or a message end up in it. What holds
-// a number now can be neither read nor written, so the stream fails as a closed one does.
+// Takes the descriptors of standard streams that the caller has closed. Otherwise a picture's file
+// would get them: its first byte would count as the user's answer, or a message would be written
+// into it. A descriptor opened here can be neither read nor written, so the stream fails like a
+// closed one.
 void ReserveStandardStreams() {
-  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-    const bool isClosed = fcntl(descriptor, F_GETFD) < 0;
-    if (isClosed && open("/", O_PATH) != descriptor)
-      Core::FatalExit("No standard stream", kFatalStatus);
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+    const bool isClosed = fcntl(stream, F_GETFD) < 0;
+    if (!isClosed || open("/", O_PATH) == stream) continue;
+    // No descriptor is to be had. One that another process frees later would go to a picture, so
+    // this process may have none at all: every later open fails, and the run reports that. Lowering
+    // a limit is always allowed.
+    const rlimit none = {0, 0};
+    static_cast<void>(setrlimit(RLIMIT_NOFILE, &none));
+    return;
   }
 }
 
-// Deliberate: nobody takes this lock. It stands for the one running instance of the tool, and its
-// absence or presence at the wrong time ends the process.
+// Deliberate: nobody takes this lock. It represents the one instance of the tool in this process;
+// if it exists or is missing at the wrong time, the process ends.
 constinit Mutex* processLock = nullptr;
 
 void CreateProcessLock() {
@@ -53,23 +60,25 @@ void ReleaseFileNames() {
   commandLine.output.Release();
 }
 
-// Deliberate: nothing to do. The counterpart of ActivateHeap; the heap deactivates itself at exit.
+// Deliberate: does nothing. It is the counterpart of ActivateHeap; the heap deactivates itself at
+// exit.
 void ShutDown() {}
 
 }  // namespace
 
 int main(int argc, char** argv) {
   ReserveStandardStreams();
-  // Whether anybody still reads the messages decides neither about the picture nor the status.
+  // A message that nobody reads changes neither the picture nor the status.
   std::signal(SIGPIPE, SIG_IGN);
-  CreateProcessLock();  // before the heap serves: this block is the C library's
+  // A write above the limit of file sizes fails and is reported, like one on a full disk.
+  std::signal(SIGXFSZ, SIG_IGN);
+  CreateProcessLock();
   ActivateHeap();
-  // The heap is destroyed before the names' own destructors run, and these must find them empty. A
-  // fatal exit does not come back here, so it has a handler, which runs before the heap's.
+  // The heap is destroyed at exit, and perhaps before the names, whose destructors must then find
+  // them empty. Handlers registered in main run before all destructors, after a fatal exit too.
   if (std::atexit(ReleaseFileNames) != 0)
     Core::FatalExit("No room for an exit handler", kFatalStatus);
   const int status = RunApplication(argc, argv);
-  ReleaseFileNames();
   ShutDown();
   DestroyProcessLock();
   return status;

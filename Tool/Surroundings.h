@@ -1,13 +1,14 @@
-// One pixel's eight neighbours under repair: the average of those that are known, and which of them
-// are still to be queued.
+// The eight neighbours of one pixel under repair: the average of those that are known, and which of
+// them are fresh, that is, still to be queued.
 //
-// While the repair runs, a hidden pixel's word is a cell. Its own alpha is kept elsewhere and its
-// colour counts for nothing until it gets one, so the cell can tell how far things are:
+// While the repair runs, the word of a hidden pixel is a cell. Its own alpha is kept elsewhere and
+// its old colour has no meaning, so the cell records the state of the pixel:
 //
-//   alpha 0     hidden without a colour; bit 0 is set once a neighbour has queued it, bit 1 if it
-//               lies on the image's border, where not all eight neighbours exist; all other bits
+//   alpha 0     hidden and without a colour; bit 0 is set once a neighbour has queued it, bit 1 if
+//   it
+//               is on the border of the image, where not all eight neighbours exist; all other bits
 //               are 0
-//   alpha > 0   known, to be averaged: a visible pixel, or a hidden one that has its colour
+//   alpha > 0   known, a source for averages: a visible pixel, or a hidden one that has its colour
 #pragma once
 
 #include <array>
@@ -29,13 +30,14 @@ constexpr bool IsKnown(Pixel cell) { return (cell & kKnownBits) != 0; }
 
 inline constexpr int kNeighbours = 8;
 
-// The distances in a bitmap of that width to the neighbours, row by row from the top left.
+// The differences of index to the neighbours in a bitmap of that width, row by row from the top
+// left.
 constexpr std::array<int32_t, kNeighbours> NeighbourDistances(int32_t width) {
   return {-width - 1, -width, -width + 1, -1, 1, width - 1, width, width + 1};
 }
 
 struct Surroundings {
-  Pixel average;   // known; each channel the sum of the known neighbours' div their count
+  Pixel average;   // a known cell: per channel, the known neighbours' sum div their count
   uint32_t fresh;  // bit k is set if neighbour k is fresh
 };
 
@@ -57,7 +59,7 @@ constexpr bool QuotientsAreExact() {
 }
 static_assert(QuotientsAreExact(), "for every sum of up to eight bytes");
 
-// For each set of unknown neighbours, the scale for the number of the others, once per channel.
+// For each set of unknown neighbours, the scale for the count of known ones, once per channel.
 constexpr std::array<uint64_t, 1 << kNeighbours> MakeQuotientScales() {
   std::array<uint64_t, 1 << kNeighbours> scales{};
   for (uint32_t unknown = 0; unknown + 1 < scales.size(); ++unknown) {
@@ -75,11 +77,11 @@ class FourCells {
       : cells_(_mm_unpacklo_epi64(_mm_unpacklo_epi32(Lane(a), Lane(b)),
                                   _mm_unpacklo_epi32(Lane(c), Lane(d)))) {}
 
-  // All ones in the lanes where that holds.
+  // All bits are set in the lanes of such cells.
   __m128i AreUnknown() const { return HaveNoneOf(kKnownBits); }
   __m128i AreFresh() const { return HaveNoneOf(kKnownBits | kQueuedBit); }
 
-  // The sums of blue, green and red of the known cells, 16 bits each, in either half.
+  // The sums of blue, green and red of the known cells among two, 16 bits each, in either half.
   __m128i Sums() const {
     const __m128i zero = _mm_setzero_si128();
     const __m128i known = _mm_andnot_si128(AreUnknown(), cells_);
@@ -96,9 +98,9 @@ class FourCells {
   __m128i cells_;
 };
 
-// For all channels and neighbours at once. The neighbours are loaded one by one: a pixel beside
-// this one was often stored a moment ago, and the processor hands a stored word on to a load of
-// just that word, but makes a wider load wait until the word has reached the cache.
+// Computes all channels and neighbours at once. The neighbours are loaded one by one: a neighbour
+// was often stored a moment ago, and store forwarding serves a load of that word alone. A wider
+// load would wait until the store has reached the cache.
 inline Surroundings LookAround(const Pixel* cell, int32_t width) {
   const Pixel* const above = cell - width;
   const Pixel* const below = cell + width;
@@ -110,7 +112,8 @@ inline Surroundings LookAround(const Pixel* cell, int32_t width) {
 
   const __m128i halves = _mm_add_epi16(first.Sums(), second.Sums());
   const __m128i sums = _mm_add_epi16(halves, _mm_unpackhi_epi64(halves, halves));
-  // The product's upper 16 bits of twice the sum, so >> 15. The alphas go along for nothing.
+  // The upper 16 bits of a product with twice the sum are those of sum * scale >> 15. The alpha
+  // lanes are computed too, and overwritten.
   const __m128i averages = _mm_mulhi_epu16(
       _mm_add_epi16(sums, sums),
       _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&kQuotientScales[bits & 0xFF])));

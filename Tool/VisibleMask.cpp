@@ -8,7 +8,7 @@
 
 namespace {
 
-// Bit k is set if pixel k of `count` is visible. Requires: count <= 64.
+// Bit k is set if pixel k is visible. Requires: count <= 64.
 uint64_t VisibleOf(const Pixel* pixels, int64_t count, int32_t threshold) {
   uint64_t bits = 0;
   for (int64_t k = 0; k < count; ++k) bits |= uint64_t{AlphaOf(pixels[k]) > threshold} << k;
@@ -17,8 +17,8 @@ uint64_t VisibleOf(const Pixel* pixels, int64_t count, int32_t threshold) {
 
 #if defined(__SSE2__)
 
-// The same for 16 pixels. Their alphas become 16 bytes; a byte less the threshold, held at 0, is 0
-// exactly if the pixel is hidden.
+// The same for 16 pixels. Their alphas become 16 bytes. A byte minus the threshold, with
+// saturation, is 0 exactly if the pixel is hidden.
 uint64_t VisibleOf16(const Pixel* pixels, __m128i threshold) {
   const auto fourAlphas = [pixels](int index) {
     return _mm_srli_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels) + index), 24);
@@ -48,27 +48,22 @@ uint64_t VisibleOf64(const Pixel* pixels, int32_t threshold) {
 bool VisibleMask::Create(const Bitmap& bitmap, int32_t threshold) {
   width_ = bitmap.Width();
   count_ = width_ * bitmap.Height();
-  padding_ = width_ / kBitsPerWord + 2;  // NearVisible looks a row, a pixel and a word further
+  padding_ = width_ / kBitsPerWord + 2;  // NearVisible reaches a row, a pixel and a word outside
   const int64_t wordCount = (count_ + kBitsPerWord - 1) / kBitsPerWord;
   if (!words_.SetSize(static_cast<int32_t>(wordCount + 2 * padding_))) return false;
   std::fill_n(words_.begin(), padding_, 0);
   std::fill_n(words_.end() - padding_, padding_, 0);
 
-  const Pixel* pixels = bitmap.Row(0);
   uint64_t* word = words_.Data() + padding_;
   uint64_t visible = 0;
   uint64_t hidden = 0;
-  int64_t left = count_;
-  for (; left >= kBitsPerWord; left -= kBitsPerWord, pixels += kBitsPerWord) {
-    const uint64_t bits = VisibleOf64(pixels, threshold);
-    visible |= bits;
-    hidden |= ~bits;
-    *word++ = bits;
-  }
-  if (left > 0) {
-    *word = VisibleOf(pixels, left, threshold);
+  for (int64_t first = 0; first < count_; first += kBitsPerWord) {
+    const Pixel* const pixels = bitmap.Row(0) + first;
+    const int64_t left = count_ - first;
+    *word =
+        left < kBitsPerWord ? VisibleOf(pixels, left, threshold) : VisibleOf64(pixels, threshold);
     visible |= *word;
-    hidden |= *word ^ ((uint64_t{1} << left) - 1);
+    hidden |= ~*word++ & Inside(first);
   }
   hasVisible_ = visible != 0;
   hasHidden_ = hidden != 0;

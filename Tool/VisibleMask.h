@@ -1,4 +1,4 @@
-// Which pixels of an image are visible: one bit for each, by its number in the order of the rows.
+// Which pixels of an image are visible: one bit a pixel, in scan order.
 #pragma once
 
 #include <cstdint>
@@ -8,21 +8,21 @@
 
 class VisibleMask {
  public:
-  // Looks at every pixel of `bitmap`; those with an alpha above `threshold` are visible. False: no
+  // Tests every pixel of `bitmap`: it is visible if its alpha is above `threshold`. False: no
   // memory. Requires: the bitmap has pixels, 0 <= threshold <= 255.
   [[nodiscard]] bool Create(const Bitmap& bitmap, int32_t threshold);
 
   bool HasVisible() const { return hasVisible_; }
   bool HasHidden() const { return hasHidden_; }
 
-  // Calls visit(first, bits) for every 64 pixels, from number `first` on, of which some are hidden:
-  // bit k is set if pixel first + k is. Stops, with false, when a call returns false.
+  // Calls visit(first, bits) for each group of 64 pixels, from index `first` on, with hidden
+  // pixels: bit k is set if pixel first + k is hidden.
   template <typename Visit>
-  bool VisitHidden(Visit visit) const;
+  void VisitHidden(Visit visit) const;
 
-  // Which of the pixels `first` to first + 63 have a visible one among the eight around them.
-  // Deliberate: a row counts as going on in the next one, so at the two ends of a row bits may be
-  // set that should not be. Requires: `first` is the number of a pixel.
+  // Which of the pixels first to first + 63 have a visible pixel among their eight neighbours.
+  // Deliberate: rows count as one long row, so bits at both ends of a row may be set wrongly.
+  // Requires: `first` is the index of a pixel.
   uint64_t NearVisible(int64_t first) const {
     return AnyOfThree(first - width_) | AnyOfThree(first) | AnyOfThree(first + width_);
   }
@@ -30,33 +30,36 @@ class VisibleMask {
  private:
   static constexpr int64_t kBitsPerWord = 64;
 
-  // The bits of the 64 places from `first` on, which may lie a row and a pixel outside the image.
+  // The bits of 64 pixels from index `first` on. It may be a row and a pixel outside the image.
   uint64_t Bits(int64_t first) const {
-    const int64_t place = first + padding_ * kBitsPerWord;
-    const uint64_t* word = words_.Data() + place / kBitsPerWord;
-    const int64_t shift = place % kBitsPerWord;
+    const int64_t bit = first + padding_ * kBitsPerWord;
+    const uint64_t* word = words_.Data() + bit / kBitsPerWord;
+    const int64_t shift = bit % kBitsPerWord;
     return word[0] >> shift | word[1] << 1 << (kBitsPerWord - 1 - shift);
   }
   uint64_t AnyOfThree(int64_t first) const {
     return Bits(first - 1) | Bits(first) | Bits(first + 1);
   }
 
+  // Bit k is set if index first + k is that of a pixel.
+  uint64_t Inside(int64_t first) const {
+    const int64_t left = count_ - first;
+    return left < kBitsPerWord ? (uint64_t{1} << left) - 1 : ~uint64_t{0};
+  }
+
   Core::Array<uint64_t> words_;
   int64_t width_ = 0;
-  int64_t count_ = 0;    // of the pixels
-  int64_t padding_ = 0;  // words of zeros before the first pixel's, and as many after the last
+  int64_t count_ = 0;    // of pixels
+  int64_t padding_ = 0;  // the words of zeros before the first pixel, and again after the last
   bool hasVisible_ = false;
   bool hasHidden_ = false;
 };
 
 template <typename Visit>
-bool VisibleMask::VisitHidden(Visit visit) const {
+void VisibleMask::VisitHidden(Visit visit) const {
   const uint64_t* word = words_.Data() + padding_;
   for (int64_t first = 0; first < count_; first += kBitsPerWord) {
-    const int64_t left = count_ - first;
-    const uint64_t inside = left < kBitsPerWord ? (uint64_t{1} << left) - 1 : ~uint64_t{0};
-    const uint64_t hidden = ~*word++ & inside;
-    if (hidden != 0 && !visit(first, hidden)) return false;
+    const uint64_t hidden = ~*word++ & Inside(first);
+    if (hidden != 0) visit(first, hidden);
   }
-  return true;
 }
