@@ -1,11 +1,11 @@
-// Decides which call of a run goes wrong. The calls of all functions under watch are numbered
-// together from 1 on, so that whoever has seen the calls of a whole run can name each of them.
+// Decides which call of a run fails. The calls of all watched functions are numbered together from
+// 1, so a log of a whole run gives the number of each call.
 //
-//   HALOMEND_CALLS=path     appends a line for each call: the function, and what tells it apart
+//   HALOMEND_CALLS=path     appends a line for each call to this file: function and detail
 //   HALOMEND_FAULT=7:28     call 7 fails with error number 28
-//   HALOMEND_FAULT=7+:28    so does every later call of the same function
-//   HALOMEND_FAULT=7:short  call 7 transfers half of what it was asked for
-//   HALOMEND_FAULT=7:kill   the process is killed where call 7 would begin
+//   HALOMEND_FAULT=7+:28    call 7 and every later call of the same function fail
+//   HALOMEND_FAULT=7:short  call 7 transfers half of the bytes
+//   HALOMEND_FAULT=7:kill   the process is killed before call 7
 #pragma once
 
 #include <fcntl.h>
@@ -20,7 +20,7 @@
 
 enum class Fault { kNone, kFail, kShort };
 
-// System calls are made directly: the functions of their names are those under watch.
+// Makes system calls directly, since the functions of these names are watched.
 inline void LogCall(const char* path, const char* function, const char* detail) {
   char line[64];
   const int size = std::snprintf(line, sizeof line, "%s %s\n", function, detail);
@@ -29,7 +29,7 @@ inline void LogCall(const char* path, const char* function, const char* detail) 
   syscall(SYS_close, file);
 }
 
-// Counts one call. After kFail errno is set.
+// Counts one call. After kFail, errno is set.
 inline Fault NextFault(const char* function, const char* detail = "") {
   static long call = 0;
   static const char* failing = "";

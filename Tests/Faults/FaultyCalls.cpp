@@ -1,5 +1,5 @@
-// Preloaded before the C library: the system functions that the program uses, any call of which can
-// be made to go wrong. What the C library calls within itself does not come here.
+// Preloaded before the C library: the system functions that the program uses. Any call of them can
+// be made to fail. Calls within the C library are not affected.
 
 #include <sys/mman.h>
 
@@ -28,8 +28,14 @@ void* mmap(void* address, size_t length, int access, int flags, int file, off_t 
   return reinterpret_cast<void*>(syscall(SYS_mmap, address, length, access, flags, file, offset));
 }
 
+// For a standard stream that is closed.
+int open(const char* path, int flags, ...) {
+  if (NextFault("open") != Fault::kNone) return -1;
+  return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags));
+}
+
 int open64(const char* path, int flags, ...) {
-  constexpr int kPermissions = 0600;  // all that the program ever passes
+  constexpr int kPermissions = 0600;  // the program passes nothing else
   const char* access = (flags & O_ACCMODE) == O_RDONLY ? "r" : "w";
   if (NextFault("open64", access) != Fault::kNone) return -1;
   return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, kPermissions));
@@ -47,7 +53,7 @@ ssize_t write(int file, const void* bytes, size_t count) {
   return Transfer(SYS_write, "write", file, bytes, count);
 }
 
-// The descriptor is gone even when the last bytes could not be stored.
+// The descriptor is closed even if the last bytes could not be stored.
 int close(int file) {
   const int result = static_cast<int>(syscall(SYS_close, file));
   return NextFault("close") == Fault::kNone ? result : -1;

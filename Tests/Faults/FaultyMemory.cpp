@@ -1,5 +1,5 @@
-// Stands in for Memory/GlobalHeap.cpp in a program of its own: every block is one of malloc's,
-// where sanitizers see it, none is ever resized in place, and any request can be refused.
+// Replaces Memory/GlobalHeap.cpp in a program of its own. Every block comes from malloc, where
+// sanitizers see it; none is ever resized in place; and any request can be made to fail.
 
 #include "Memory/GlobalHeap.h"
 #include "Tests/Faults/FaultPlan.h"

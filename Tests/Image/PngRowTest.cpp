@@ -1,4 +1,4 @@
-// Rows of samples, against plain loops.
+// Rows of samples, compared with plain loops.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// As the standard has it.
+// The predictors as in the standard.
 uint8_t Predicted(int filter, int left, int above, int upperLeft) {
   const int sum = left + above - upperLeft;
   const int fromLeft = std::abs(sum - left), fromAbove = std::abs(sum - above);
@@ -28,7 +28,7 @@ TEST(PngUnfilter, RestoresRowsAsThePlainLoopDoes) {
   for (int round = 0; round < 20000; ++round) {
     const int unit = std::vector{1, 2, 3, 4, 6, 8}[round % 6], filter = round / 6 % 5;
     const int length = unit * static_cast<int>(1 + random() % 40);
-    const bool hasPrevious = round % 7 > 0, isNarrow = random() % 2 == 0;  // ties are frequent
+    const bool hasPrevious = round % 7 > 0, isNarrow = random() % 2 == 0;  // many ties
     Bytes row(length), previous(length);
     for (Bytes* bytes : {&row, &previous}) {
       for (uint8_t& byte : *bytes) byte = static_cast<uint8_t>(isNarrow ? random() % 5 : random());
@@ -47,7 +47,7 @@ TEST(PngUnfilter, RestoresRowsAsThePlainLoopDoes) {
   EXPECT_FALSE(UnfilterPngRow(5, nullptr, nullptr, 0, 1));
 }
 
-// The sample as it stands in the row.
+// The sample of any depth, read bit by bit.
 int Sample(const Bytes& row, int bits, int index) {
   int sample = 0;
   for (int bit = index * bits; bit < (index + 1) * bits; ++bit) {

@@ -18,7 +18,7 @@
 
 namespace {
 
-// What the decoder makes of a file: "refused", or the pixels as text.
+// The result of the decoder: " refused", or the pixels as text.
 std::string Decoded(Bytes file) {
   const int64_t end = static_cast<int64_t>(file.size());
   file.resize(file.size() + 5);
@@ -35,7 +35,7 @@ std::string Decoded(Bytes file) {
   return isLoaded ? pixels : " refused";
 }
 
-// A file from chunks as in Files.txt.
+// The file that a row of Files.txt describes.
 Bytes FileOf(const std::string& format, const std::string& chunks, const Bytes& imageData) {
   const std::map<std::string, int> colorTypes = {{"grey", 0},  {"rgb", 2},  {"palette", 3},
                                                  {"greya", 4}, {"rgba", 6}, {"type1", 1},

@@ -1,5 +1,5 @@
-# complete.zsh FOLDER: prints what zsh, with the completions of FOLDER, offers after "Halomend -".
-# The shell that completes runs at a terminal of its own.
+# complete.zsh FOLDER: prints what zsh offers after "Halomend -" with the completions of FOLDER. The
+# shell under test runs at a pseudo terminal.
 zmodload zsh/zpty
 zpty shell "zsh -f -i"
 zpty -w shell "PROMPT=; fpath=($1 \$fpath); autoload -U compinit; compinit -u -D

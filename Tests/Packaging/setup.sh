@@ -1,5 +1,5 @@
-# Sourced by the tests here, whose first argument is the program: goes to an empty folder that is
-# removed in the end, and puts the program on the path.
+# Sourced by the tests here, whose first argument is the program. Changes to an empty folder, which
+# is removed at the end, and puts the program on the path.
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
 star=$root/Samples/star.png
@@ -10,7 +10,7 @@ cd "$folder" || exit 1
 checks=0
 failures=0
 
-# expect WHAT COMMAND...: the command succeeds; what it says is shown when it does not.
+# expect WHAT COMMAND...: checks that the command succeeds, and shows its output if it does not.
 expect() {
   local what=$1
   shift

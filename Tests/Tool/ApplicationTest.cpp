@@ -1,4 +1,4 @@
-// Whole runs of the program: what it says, how it ends and which files it leaves.
+// Whole runs of the program: messages, exit status and files.
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -24,7 +24,7 @@ std::string Picture(Pixel left, Pixel right) {
   return std::string(out.GetData(), out.GetData() + out.GetSize());
 }
 
-// The text that a word stands for, or the word.
+// The text that the table means by a word, or the word itself.
 std::string Meaning(const Texts& meanings, const std::string& word) {
   return meanings.count(word) > 0 ? meanings.at(word) : word;
 }
