@@ -54,16 +54,21 @@ bool VisibleMask::Create(const Bitmap& bitmap, int32_t threshold) {
   std::fill_n(words_.begin(), padding_, 0);
   std::fill_n(words_.end() - padding_, padding_, 0);
 
+  const Pixel* pixels = bitmap.Row(0);
   uint64_t* word = words_.Data() + padding_;
   uint64_t visible = 0;
   uint64_t hidden = 0;
-  for (int64_t first = 0; first < count_; first += kBitsPerWord) {
-    const Pixel* const pixels = bitmap.Row(0) + first;
-    const int64_t left = count_ - first;
-    *word =
-        left < kBitsPerWord ? VisibleOf(pixels, left, threshold) : VisibleOf64(pixels, threshold);
+  int64_t left = count_;
+  for (; left >= kBitsPerWord; left -= kBitsPerWord, pixels += kBitsPerWord) {
+    *word = VisibleOf64(pixels, threshold);
     visible |= *word;
-    hidden |= ~*word++ & Inside(first);
+    hidden |= ~*word++;
+  }
+  if (left > 0) {
+    const uint64_t bits = VisibleOf(pixels, left, threshold);
+    *word = bits | ~uint64_t{0} << left;  // no pixel is hidden after the last one
+    visible |= bits;
+    hidden |= ~*word;
   }
   hasVisible_ = visible != 0;
   hasHidden_ = hidden != 0;

@@ -21,7 +21,8 @@ class VisibleMask {
   void VisitHidden(Visit visit) const;
 
   // Which of the pixels first to first + 63 have a visible pixel among their eight neighbours.
-  // Deliberate: rows count as one long row, so bits at both ends of a row may be set wrongly.
+  // Deliberate: rows count as one long row, and all pixels after its end count as visible. So bits
+  // of pixels on the border of the image may be set wrongly.
   // Requires: `first` is the index of a pixel.
   uint64_t NearVisible(int64_t first) const {
     return AnyOfThree(first - width_) | AnyOfThree(first) | AnyOfThree(first + width_);
@@ -41,16 +42,10 @@ class VisibleMask {
     return Bits(first - 1) | Bits(first) | Bits(first + 1);
   }
 
-  // Bit k is set if index first + k is that of a pixel.
-  uint64_t Inside(int64_t first) const {
-    const int64_t left = count_ - first;
-    return left < kBitsPerWord ? (uint64_t{1} << left) - 1 : ~uint64_t{0};
-  }
-
   Core::Array<uint64_t> words_;
   int64_t width_ = 0;
   int64_t count_ = 0;    // of pixels
-  int64_t padding_ = 0;  // the words of zeros before the first pixel, and again after the last
+  int64_t padding_ = 0;  // the words of zeros before the pixels' words, and again after them
   bool hasVisible_ = false;
   bool hasHidden_ = false;
 };
@@ -59,7 +54,7 @@ template <typename Visit>
 void VisibleMask::VisitHidden(Visit visit) const {
   const uint64_t* word = words_.Data() + padding_;
   for (int64_t first = 0; first < count_; first += kBitsPerWord) {
-    const uint64_t hidden = ~*word++ & Inside(first);
+    const uint64_t hidden = ~*word++;
     if (hidden != 0) visit(first, hidden);
   }
 }
