@@ -1,5 +1,4 @@
-// The IHDR chunk, and the sizes that follow from it. Sizes are in bytes and are computed in 64
-// bits.
+// The IHDR chunk, and the sizes that follow from it, in bytes and computed in 64 bits.
 #pragma once
 
 #include <cstdint>
@@ -33,6 +32,5 @@ struct PngHeader {
 };
 
 // Reads `length` bytes of IHDR data; those after the thirteenth are ignored. False: there are too
-// few, the standard does not allow the values, or the image is too large to be written
-// (RgbaLimit.h).
+// few, the standard forbids a value, or the image is too large to be written (RgbaLimit.h).
 [[nodiscard]] bool ParsePngHeader(const uint8_t* data, int32_t length, PngHeader& header);

@@ -84,8 +84,7 @@ void Convert16(const PngColors& colors, const uint8_t* samples, const PixelRow& 
   });
 }
 
-// Samples of up to 8 bits are indices into `colors`. A byte holds the first sample in its highest
-// bits.
+// Samples of up to 8 bits are indices into `colors`. The first one of a byte has its highest bits.
 template <int32_t kBits>
 void ConvertPacked(const Pixel* colors, const uint8_t* samples, const PixelRow& row) {
   constexpr int32_t kPerByte = 8 / kBits;

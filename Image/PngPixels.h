@@ -31,9 +31,8 @@ class PngPixels {
 
   // Converts the restored row `samples` to `count` pixels: at pixels[0], pixels[step], and so on.
   // 16-bit samples keep their upper byte; a key is compared with all 16 bits.
-  // Requires: there are header.RowSize(count) bytes at `samples`, and count is not 0. If samples
-  // and pixels share memory, step is 1 and no pixel ends after the start of the next pixel's
-  // samples.
+  // Requires: `samples` has header.RowSize(count) bytes, and count is not 0. If samples and pixels
+  // share memory, step is 1 and no pixel ends after the start of the next pixel's samples.
   void ConvertRow(const uint8_t* samples, int32_t count, Pixel* pixels, int32_t step) const;
 
  private:

@@ -81,8 +81,7 @@ void UnfilterAverage(uint8_t* row, const uint8_t* previous, int32_t length) {
 //                    high is nearest. In the same way low is nearest if t >= high. Otherwise c is.
 //
 // So the predictor is high if t <= low, low if t >= high, and c if neither holds; if both hold,
-// high equals low. From one unit to the next this takes half as many steps as comparing the
-// distances.
+// high equals low. Comparing the distances would take twice as many steps from unit to unit.
 template <int32_t kUnit>
 void UnfilterPaeth(uint8_t* row, const uint8_t* previous, int32_t length) {
   const __m128i zero = _mm_setzero_si128();

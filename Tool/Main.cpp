@@ -60,8 +60,7 @@ void ReleaseFileNames() {
   commandLine.output.Release();
 }
 
-// Deliberate: does nothing. It is the counterpart of ActivateHeap; the heap deactivates itself at
-// exit.
+// Deliberate: does nothing. It mirrors ActivateHeap, but the heap deactivates itself at exit.
 void ShutDown() {}
 
 }  // namespace

@@ -4,11 +4,10 @@
 // While the repair runs, the word of a hidden pixel is a cell. Its own alpha is kept elsewhere and
 // its old colour has no meaning, so the cell records the state of the pixel:
 //
-//   alpha 0     hidden and without a colour; bit 0 is set once a neighbour has queued it, bit 1 if
-//   it
-//               is on the border of the image, where not all eight neighbours exist; all other bits
-//               are 0
-//   alpha > 0   known, a source for averages: a visible pixel, or a hidden one that has its colour
+//   alpha 0     hidden, without a colour. Bit 0 is set once a neighbour has queued it. Bit 1 is set
+//               on the border of the image, where not all eight neighbours exist. All other bits
+//               are 0.
+//   alpha > 0   known, a source for averages: a visible pixel, or a hidden one that has its colour.
 #pragma once
 
 #include <array>
@@ -30,8 +29,7 @@ constexpr bool IsKnown(Pixel cell) { return (cell & kKnownBits) != 0; }
 
 inline constexpr int kNeighbours = 8;
 
-// The differences of index to the neighbours in a bitmap of that width, row by row from the top
-// left.
+// The index of each neighbour minus that of the pixel, row by row from the top left.
 constexpr std::array<int32_t, kNeighbours> NeighbourDistances(int32_t width) {
   return {-width - 1, -width, -width + 1, -1, 1, width - 1, width, width + 1};
 }
