@@ -7,10 +7,10 @@
 
 namespace {
 
-constexpr uint64_t kLeastSegment = 0x1100000;  // 17 MiB, so that mapping is rare
-constexpr uint64_t kLargeBlock = 0x200000;     // may hold a large page
-// What a segment needs besides the request and its alignment: its own two ends, and the header of
-// the piece that is left over.
+constexpr uint64_t kMinSegment = 0x1100000;  // 17 MiB, so that mapping is rare
+constexpr uint64_t kLargeBlock = 0x200000;   // may hold a large page
+// A segment needs this besides the request and its alignment: its first header and its sentinel,
+// and the header of the rest that the request leaves.
 constexpr uint64_t kSegmentSlack = kSegmentOverhead + kHeaderSize;
 
 uint64_t RoundUpToWord(uint64_t size) {
@@ -66,9 +66,9 @@ void* Heap::AllocBlockUnlocked(uint64_t size, uint64_t alignment) {
       if (size >= kLargeBlock) PreferLargePages(payload, size);
       return payload;
     }
-    // The search looks only where every block fits. A new segment of a large request's very size
-    // may fall one bucket short; then another follows, which the system as a rule maps next to the
-    // first, and the two join.
+    // The search takes only buckets in which every block fits. The block of a new segment that was
+    // mapped for a large request may be one bucket too small for that. Then a second segment
+    // follows; the system usually maps it next to the first, and the two join.
     if (!MapSegment(size, alignment)) return nullptr;
   }
 }
@@ -134,7 +134,7 @@ uint64_t Heap::UsableSizeUnlocked(const void* payload) const {
 bool Heap::MapSegment(uint64_t size, uint64_t alignment) {
   const uint64_t length = size + alignment + kSegmentSlack;
   if (length < size) return false;  // the sum wrapped
-  const Segment* segment = segments_.Map(std::max(length, kLeastSegment));
+  const Segment* segment = segments_.Map(std::max(length, kMinSegment));
   if (segment == nullptr) return false;
   stats_.totalSize += segment->length;
   freeLists_.Link(LayOutSegment(segment->base, segment->length));
@@ -147,7 +147,8 @@ void Heap::JoinSegments() {
   while (segments_.JoinNeighbours(seam)) JoinBlocks(seam);
 }
 
-// The lower segment's sentinel becomes payload of the block before it.
+// Links up the blocks of two joined segments. The lower one's sentinel becomes payload of the block
+// before it.
 void Heap::JoinBlocks(const HeapSegments::Seam& seam) {
   BlockHeader* last = LastBlock(seam.lower);
   BlockHeader* first = HeaderAt(seam.upper);
@@ -171,23 +172,24 @@ BlockHeader* Heap::FindFreeBlock(uint64_t needed) {
   const int index = freeLists_.FindBucket(CeilingBucket(needed));
   if (index < 0) return nullptr;
   const HeapFreeLists::Bucket& bucket = freeLists_.At(index);
-  if (needed <= kBucketLimit) return bucket.LowEnd();  // every block fits
+  if (needed <= kLastBound) return bucket.LowerEnd();
   return WalkForBlock(bucket.Head(), needed);
 }
 
-// The last bucket's bound says nothing about a request above 1 GiB: takes the lowest of the blocks
-// in its list that are large enough. Null: there is none.
+// Finds a block for a request above 1 GiB, which not every block of the last bucket can serve:
+// takes the one with the lowest address that can. Null: there is none.
 BlockHeader* Heap::WalkForBlock(BlockHeader* head, uint64_t needed) {
   ++stats_.slowBucket;
   BlockHeader* lowest = nullptr;
-  for (BlockHeader* block = head; block != nullptr; block = Links(block)->to[kTowardsTail]) {
+  for (BlockHeader* block = head; block != nullptr; block = Links(block)->next) {
     if (PayloadSize(block) < needed) continue;
     if (lowest == nullptr || block < lowest) lowest = block;
   }
   return lowest;
 }
 
-// Makes an unlinked free block one in use, aligned and of `size` bytes, or 8 more.
+// Makes an unlinked free block a block in use, aligned, of `size` bytes or 8 more; returns its
+// payload.
 void* Heap::Carve(BlockHeader* block, uint64_t size, uint64_t alignment) {
   ++stats_.allocBlocks;
   block = Align(block, alignment);
@@ -197,9 +199,10 @@ void* Heap::Carve(BlockHeader* block, uint64_t size, uint64_t alignment) {
   return Payload(block);
 }
 
-// Gives up the bytes before the aligned payload: to a free block of their own, or, where 8 bytes
-// have no room for a header, to the preceding block. There is one, for segments begin at multiples
-// of 16; and it is in use, or it would have merged.
+// Moves the header so that the payload is aligned, and returns it. The bytes before it become a
+// free block; if they are only 8, too few for a header, the previous block gets them. In that case
+// there is a previous block, since segments begin at multiples of 16; and it is in use, since a
+// free one would have merged with this one.
 BlockHeader* Heap::Align(BlockHeader* block, uint64_t alignment) {
   const uint64_t pad = PadBeforePayload(block, alignment);
   if (pad == 0) return block;
@@ -215,7 +218,8 @@ BlockHeader* Heap::Align(BlockHeader* block, uint64_t alignment) {
   return moved;
 }
 
-// Cuts off what `size` bytes leave over; 8 bytes, too few for a header, stay.
+// Makes the end of the payload beyond `size` bytes a free block; 8 bytes, too few for a header,
+// stay.
 void Heap::Trim(BlockHeader* block, uint64_t size) {
   if (PayloadSize(block) - size < kHeaderSize) return;
   BlockHeader* tail = Split(block, size);

@@ -1,12 +1,12 @@
-// The heap's blocks as they lie in memory. All arithmetic on header addresses is here.
+// The heap's blocks as they lie in memory. All arithmetic on header addresses is in this file.
 //
 //   segment   | header | payload | header | payload | ... | sentinel |
 //   header    | size word | previous block's header |                       16 bytes
 //   payload   | next free block | previous free block | ... |   while in a free list
 //
 // The size word counts the payload in words of 8 bytes; bit 63 is set while the block is in use.
-// The sentinel is one word of ones in the segment's last 8 bytes: it reads as a block in use, so
-// no free block ever merges with it, and it has no previous-block word.
+// The sentinel is one word of ones in the segment's last 8 bytes. It reads as a block in use, so no
+// free block ever merges with it, and it has no previous-block word.
 #pragma once
 
 #include <cstddef>
@@ -19,12 +19,10 @@ struct BlockHeader {
   HeapWord<BlockHeader*> previous;  // the physically preceding block; null for a segment's first
 };
 
-// The two directions in a free list, and its two ends.
-enum ListSide : int { kTowardsTail = 0, kTowardsHead = 1 };
-
-// A free block's place in its free list: its neighbour in each direction, null at the ends.
+// A free block's neighbours in its free list, null at the ends.
 struct FreeLinks {
-  HeapWord<BlockHeader*> to[2];
+  HeapWord<BlockHeader*> next;
+  HeapWord<BlockHeader*> previous;
 };
 
 inline constexpr uint64_t kWordSize = 8;
@@ -46,7 +44,7 @@ inline uint64_t PayloadSize(const BlockHeader* block) {
   return kWordSize * (block->sizeWord & ~kInUseBit);
 }
 
-// A smaller payload has no room for the links and waits outside the lists to be merged.
+// A free block with a smaller payload is in no list until it merges with a neighbour.
 inline bool HasRoomForLinks(const BlockHeader* block) {
   return PayloadSize(block) >= sizeof(FreeLinks);
 }
@@ -70,16 +68,21 @@ inline void PointNextBack(BlockHeader* block) {
   if (!IsSentinel(next)) next->previous = block;
 }
 
-// Makes one free block and the sentinel of `length` bytes at `base`; returns the block.
+// The sentinel of the segment of `length` bytes at `base`.
+inline BlockHeader* SentinelOf(uintptr_t base, uint64_t length) {
+  return HeaderAt(base + length - kWordSize);
+}
+
+// Makes the segment of `length` bytes at `base` one free block and the sentinel; returns the block.
 inline BlockHeader* LayOutSegment(uintptr_t base, uint64_t length) {
   BlockHeader* block = HeaderAt(base);
   block->sizeWord = (length - kSegmentOverhead) / kWordSize;
   block->previous = nullptr;
-  NextBlock(block)->sizeWord = kSentinel;
+  SentinelOf(base, length)->sizeWord = kSentinel;
   return block;
 }
 
-// The last block before the sentinel of the segment at `base`.
+// The last block of the segment at `base`, before the sentinel.
 inline BlockHeader* LastBlock(uintptr_t base) {
   BlockHeader* block = HeaderAt(base);
   for (BlockHeader* next = NextBlock(block); !IsSentinel(next); next = NextBlock(next)) {
@@ -88,19 +91,23 @@ inline BlockHeader* LastBlock(uintptr_t base) {
   return block;
 }
 
-// Adds `bytes`, a multiple of 8, that stand behind the payload and belong to no other block.
+// Adds the `bytes` after the payload, a multiple of 8, which belong to no other block.
 inline void GrowPayload(BlockHeader* block, uint64_t bytes) {
   block->sizeWord = block->sizeWord + bytes / kWordSize;
 }
 
-// Makes the following block, header and payload, part of `block`. Requires: not the sentinel.
+// Makes the next block part of the payload, its header included. Requires: it is no sentinel.
+//
+//   | header | payload | header | payload |   ->   | header |          payload           |
 inline void Coalesce(BlockHeader* block) {
   GrowPayload(block, kHeaderSize + PayloadSize(NextBlock(block)));
   PointNextBack(block);
 }
 
-// Cuts `block` behind its first `bytes` of payload and returns the rest, a free block.
-// Requires: the payload is at least `bytes` + kHeaderSize.
+// Leaves `block` the first `bytes` of its payload; returns the rest, a free block.
+// Requires: `bytes` is a multiple of 8, and the payload has at least kHeaderSize more.
+//
+//   | header |          payload           |   ->   | header | `bytes` | header | payload |
 inline BlockHeader* Split(BlockHeader* block, uint64_t bytes) {
   const uint64_t excess = PayloadSize(block) - bytes;
   block->sizeWord = block->sizeWord - excess / kWordSize;
@@ -111,15 +118,15 @@ inline BlockHeader* Split(BlockHeader* block, uint64_t bytes) {
   return tail;
 }
 
-// The bytes between the payload and the next multiple of `alignment`, a power of two.
+// The bytes from the payload to the next multiple of `alignment`, a power of two.
 inline uint64_t PadBeforePayload(const BlockHeader* block, uint64_t alignment) {
   return -(reinterpret_cast<uintptr_t>(block) + kHeaderSize) & (alignment - 1);
 }
 
-// Moves the header of a free block up by `pad` bytes, a multiple of 8, taking them out of the
-// block; returns the moved header. The bytes given up belong to no block yet.
+// Moves the header of a free block up by `pad` bytes, a multiple of 8, and makes the payload
+// smaller by as many; returns the moved header. The `pad` bytes at `block` then belong to no block.
 inline BlockHeader* MoveHeaderUp(BlockHeader* block, uint64_t pad) {
-  const BlockHeader header = *block;  // the moved one may lie over half of it
+  const BlockHeader header = *block;  // the moved header may overlap it
   BlockHeader* moved = HeaderAt(reinterpret_cast<uintptr_t>(block) + pad);
   moved->sizeWord = header.sizeWord - pad / kWordSize;
   moved->previous = header.previous;
@@ -127,7 +134,7 @@ inline BlockHeader* MoveHeaderUp(BlockHeader* block, uint64_t pad) {
   return moved;
 }
 
-// Makes the `bytes` at `block`, given up by the following block, a free block in front of it.
+// Makes the `bytes` at `block`, which MoveHeaderUp took from the next block, a free block.
 inline void MakeLeadingBlock(BlockHeader* block, uint64_t bytes, BlockHeader* previous) {
   block->sizeWord = (bytes - kHeaderSize) / kWordSize;
   block->previous = previous;

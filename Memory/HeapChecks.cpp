@@ -8,61 +8,49 @@
 
 namespace {
 
-// What a walk over blocks adds up.
-struct BlockTotals {
-  uint64_t allocBlocks = 0;
-  uint64_t allocSize = 0;
-  uint64_t freeBlocks = 0;
-  uint64_t freeSize = 0;
-
-  void Add(const BlockHeader* block) {
-    if (IsInUse(block)) {
-      ++allocBlocks;
-      allocSize += PayloadSize(block);
-    } else if (HasRoomForLinks(block)) {
-      ++freeBlocks;
-      freeSize += PayloadSize(block);
-    }
-  }
-
-  bool Match(const HeapStats& stats) const {
-    return allocBlocks == stats.allocBlocks && allocSize == stats.allocSize &&
-           freeBlocks == stats.freeBlocks && freeSize == stats.freeSize;
-  }
-};
-
-bool CheckSegment(const Segment& segment, BlockTotals& totals) {
-  const uintptr_t end = segment.End() - kWordSize;
+// Whether the blocks of a segment join up, and no two free ones are neighbours. Adds the blocks to
+// the four counters that a walk can verify.
+bool CheckSegment(const Segment& segment, HeapStats& totals) {
+  const BlockHeader* const sentinel = SentinelOf(segment.base, segment.length);
   const BlockHeader* previous = nullptr;
   const BlockHeader* block = HeaderAt(segment.base);
   while (!IsSentinel(block)) {
-    if (block->previous != previous) return false;
-    if (previous != nullptr && !IsInUse(previous) && !IsInUse(block)) return false;
-    if (PayloadSize(block) > end - reinterpret_cast<uintptr_t>(block)) return false;
-    totals.Add(block);
+    const BlockHeader* const next = NextBlock(block);
+    if (next <= block || next > sentinel || block->previous != previous) return false;
+    if (IsInUse(block)) {
+      ++totals.allocBlocks;
+      totals.allocSize += PayloadSize(block);
+    } else {
+      if (previous != nullptr && !IsInUse(previous)) return false;
+      if (HasRoomForLinks(block)) {
+        ++totals.freeBlocks;
+        totals.freeSize += PayloadSize(block);
+      }
+    }
     previous = block;
-    block = NextBlock(block);
+    block = next;
   }
-  return reinterpret_cast<uintptr_t>(block) == end;
+  return block == sentinel;
 }
 
-// Follows a list in one of the two directions; stops soon in a list that is a ring.
-bool CheckList(BlockHeader* block, BlockHeader* last, ListSide direction, int bucket,
-               uint64_t count) {
+// Follows a list in one direction, over `count` blocks at most, since a damaged list may be
+// endless.
+bool CheckList(BlockHeader* block, BlockHeader* last, HeapWord<BlockHeader*> FreeLinks::*direction,
+               int bucket, uint64_t count) {
   BlockHeader* reached = nullptr;
   for (; block != nullptr && count > 0; --count) {
     if (IsInUse(block) || FloorBucket(PayloadSize(block)) != bucket) return false;
     reached = block;
-    block = Links(block)->to[direction];
+    block = Links(block)->*direction;
   }
   return block == nullptr && count == 0 && reached == last;
 }
 
 bool CheckBucket(const HeapFreeLists& lists, int index) {
   const HeapFreeLists::Bucket& bucket = lists.At(index);
-  if (lists.IsMarked(index) != (bucket.count != 0)) return false;
-  return CheckList(bucket.Head(), bucket.Tail(), kTowardsTail, index, bucket.count) &&
-         CheckList(bucket.Tail(), bucket.Head(), kTowardsHead, index, bucket.count);
+  return lists.IsMarked(index) == (bucket.count != 0) &&
+         CheckList(bucket.Head(), bucket.Tail(), &FreeLinks::next, index, bucket.count) &&
+         CheckList(bucket.Tail(), bucket.Head(), &FreeLinks::previous, index, bucket.count);
 }
 
 void AddWalkedStats(const Heap& heap, HeapStats& stats) {
@@ -112,16 +100,6 @@ bool CheckBucketsUnlocked(const Heap& heap) {
   return true;
 }
 
-bool CheckBlocksUnlocked(const Heap& heap) {
-  BlockTotals totals;
-  for (const Segment& segment : heap.Segments()) {
-    if (!CheckSegment(segment, totals)) return false;
-  }
-  uint64_t listed = 0;
-  for (int bucket = 0; bucket < kBucketCount; ++bucket) listed += heap.FreeLists().At(bucket).count;
-  return totals.Match(heap.Counters()) && listed == totals.freeBlocks;
-}
-
 bool IsInHeap(const void* address, const Heap& heap) {
   const MutexLock lock(heap.GetMutex());
   return IsInHeapUnlocked(address, heap);
@@ -139,5 +117,14 @@ bool CheckBuckets(const Heap& heap) {
 
 bool CheckBlocks(const Heap& heap) {
   const MutexLock lock(heap.GetMutex());
-  return CheckBlocksUnlocked(heap);
+  HeapStats totals;
+  for (const Segment& segment : heap.Segments()) {
+    if (!CheckSegment(segment, totals)) return false;
+  }
+  uint64_t listed = 0;
+  for (int bucket = 0; bucket < kBucketCount; ++bucket) listed += heap.FreeLists().At(bucket).count;
+  const HeapStats& stats = heap.Counters();
+  return totals.allocBlocks == stats.allocBlocks && totals.allocSize == stats.allocSize &&
+         totals.freeBlocks == stats.freeBlocks && totals.freeSize == stats.freeSize &&
+         totals.freeBlocks == listed;
 }

@@ -35,4 +35,3 @@ void ResetStats(Heap& heap = GlobalHeap());
 // lie free side by side, and add up to the counters and the lists. Requires: no ResetStats while
 // there are any.
 [[nodiscard]] bool CheckBlocks(const Heap& heap = GlobalHeap());
-[[nodiscard]] bool CheckBlocksUnlocked(const Heap& heap = GlobalHeap());

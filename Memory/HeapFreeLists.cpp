@@ -4,14 +4,9 @@
 
 namespace {
 
-using Bucket = HeapFreeLists::Bucket;
-
-// The word that leads to a block from its neighbour on one side, or where there is none, from the
-// bucket. It is chosen, not branched to: which blocks are at an end cannot be foretold.
-HeapWord<BlockHeader*>& WayFrom(BlockHeader* neighbour, Bucket& bucket, int direction) {
-  FreeLinks* links = &bucket.ends;
-  if (neighbour != nullptr) links = Links(neighbour);
-  return links->to[direction];
+// The links of a neighbour in the list; beyond its ends, where the neighbour is null, the bucket's.
+FreeLinks& LinksOf(BlockHeader* neighbour, HeapFreeLists::Bucket& bucket) {
+  return neighbour != nullptr ? *Links(neighbour) : bucket.ends;
 }
 
 }  // namespace
@@ -26,14 +21,12 @@ void HeapFreeLists::Link(BlockHeader* block) {
   Bucket& bucket = buckets_[index];
   ++bucket.count;
   bitmap_[index / kBitsPerWord] |= Bit(index);
-  // Seen from the end where it goes, both cases are one. An empty list has a null head.
-  const int inwards = block < bucket.Head() ? kTowardsTail : kTowardsHead;
-  const int outwards = 1 - inwards;
-  BlockHeader* const neighbour = bucket.ends.to[inwards];
-  Links(block)->to[inwards] = neighbour;
-  Links(block)->to[outwards] = nullptr;
-  WayFrom(neighbour, bucket, outwards) = block;
-  bucket.ends.to[inwards] = block;
+  const bool isNewHead = block < bucket.Head();  // false in an empty list, whose head is null
+  BlockHeader* const next = isNewHead ? bucket.Head() : nullptr;
+  BlockHeader* const previous = isNewHead ? nullptr : bucket.Tail();
+  *Links(block) = {next, previous};
+  LinksOf(next, bucket).previous = block;
+  LinksOf(previous, bucket).next = block;
 }
 
 void HeapFreeLists::Unlink(BlockHeader* block) {
@@ -44,17 +37,15 @@ void HeapFreeLists::Unlink(BlockHeader* block) {
 
   const int index = FloorBucket(size);
   Bucket& bucket = buckets_[index];
-  --bucket.count;
-  bitmap_[index / kBitsPerWord] &= ~(uint64_t{bucket.count == 0} << index % kBitsPerWord);
-  BlockHeader* const next = Links(block)->to[kTowardsTail];
-  BlockHeader* const previous = Links(block)->to[kTowardsHead];
-  WayFrom(previous, bucket, kTowardsTail) = next;
-  WayFrom(next, bucket, kTowardsHead) = previous;
+  if (--bucket.count == 0) bitmap_[index / kBitsPerWord] &= ~Bit(index);
+  const FreeLinks links = *Links(block);
+  LinksOf(links.next, bucket).previous = links.previous;
+  LinksOf(links.previous, bucket).next = links.next;
 }
 
 int HeapFreeLists::FindBucket(int first) const {
   int word = first / kBitsPerWord;
-  uint64_t bits = bitmap_[word] & -Bit(first);  // the bits from it on
+  uint64_t bits = bitmap_[word] & -Bit(first);  // without the buckets before `first`
   while (bits == 0) {
     if (++word == kBitmapWords) return -1;
     bits = bitmap_[word];

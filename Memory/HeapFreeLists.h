@@ -1,5 +1,5 @@
 // The free blocks by size: one doubly linked list per bucket, and a bitmap of the buckets that hold
-// any, so that a fitting bucket is found by a bit scan.
+// a block, so that a fitting bucket is found by a bit scan.
 #pragma once
 
 #include <algorithm>
@@ -12,29 +12,28 @@
 
 class HeapFreeLists {
  public:
-  // Its list's ends are kept like a block's links, so that an end and a neighbour's link are fixed
-  // by the same store.
+  // The list is linked as a ring through the bucket: `ends.next` is the head, `ends.previous` the
+  // tail. So a block at an end is linked and unlinked like any other.
   struct Bucket {
-    // ends.to[kTowardsTail] is the head, where that way through the list begins; null while empty.
-    FreeLinks ends{{nullptr, nullptr}};
+    FreeLinks ends{nullptr, nullptr};
     uint64_t count = 0;
 
-    BlockHeader* Head() const { return ends.to[kTowardsTail]; }
-    BlockHeader* Tail() const { return ends.to[kTowardsHead]; }
+    BlockHeader* Head() const { return ends.next; }
+    BlockHeader* Tail() const { return ends.previous; }
 
-    // The lower of the two ends. The lists are only loosely in order of address, so this favours
-    // low addresses without a search. Requires: not empty.
-    BlockHeader* LowEnd() const { return std::min(Head(), Tail()); }
+    // The head or the tail, whichever has the lower address. The lists are only loosely in order of
+    // address, so this favours low addresses without a search. Requires: not empty.
+    BlockHeader* LowerEnd() const { return std::min(Head(), Tail()); }
   };
 
   // Keeps `freeBlocks` and `freeSize` of `stats`, which outlives this object.
   explicit constexpr HeapFreeLists(HeapStats& stats) : stats_(stats) {}
 
-  // Adds a free block to the bucket of its size: in front if it lies below the head, else at the
-  // end. A block without room for links is passed over, by Unlink as well.
+  // Adds a free block to the bucket of its size: at the head if its address is lower than the
+  // head's, else at the tail. Link and Unlink ignore a block without room for links.
   void Link(BlockHeader* block);
 
-  // Requires: linked, and its size as it was then.
+  // Requires: the block is linked and has kept its size since.
   void Unlink(BlockHeader* block);
 
   // The first bucket from `first` on that holds a block, or -1.

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
+#include <deque>
 #include <vector>
 
 #include "Memory/HeapBuckets.h"
@@ -111,14 +113,17 @@ TEST(HeapSegments, AreAtMost256) {
   EXPECT_NE(heap.AllocBlock(kMoreThanHalf / 2, 8), nullptr);
 }
 
-// Against searches that know nothing but the bounds, around each of them.
+// Against searches in a list of all bounds, around each of them.
 TEST(HeapBuckets, BothIndexesAgreeWithTheBounds) {
-  const auto first = kBucketBounds.begin();
-  for (const uint64_t bound : kBucketBounds) {
-    for (uint64_t size = bound < 2 ? 0 : bound - 2; size <= bound + 2; ++size) {
-      ASSERT_EQ(FloorBucket(size), std::ranges::upper_bound(kBucketBounds, size) - first - 1);
+  std::vector<uint64_t> bounds;
+  const auto step = [](uint64_t bound) { return bound < 512 ? 4 : std::bit_floor(bound) / 64; };
+  for (uint64_t bound = 0; bound <= 1 << 30; bound += step(bound)) bounds.push_back(bound);
+  ASSERT_EQ(bounds.size(), size_t{kBucketCount});
+  for (const uint64_t bound : bounds) {
+    for (uint64_t size = bound < 2 ? 1 : bound - 1; size <= bound + 1; ++size) {
+      ASSERT_EQ(FloorBucket(size), std::ranges::upper_bound(bounds, size) - bounds.begin() - 1);
       ASSERT_EQ(CeilingBucket(size),
-                std::min<std::ptrdiff_t>(std::ranges::lower_bound(kBucketBounds, size) - first,
+                std::min<std::ptrdiff_t>(std::ranges::lower_bound(bounds, size) - bounds.begin(),
                                          kLastBucket));
     }
   }
