@@ -17,16 +17,24 @@ constexpr std::size_t kDefaultAlignment = 16;
 constinit std::atomic<int32_t> activations = 0;
 
 struct ProcessHeap {
-  // First of all: what is deleted after this must not come to a heap that is gone.
+  // Runs before the destructor of `heap`: operator delete goes to free() again before the heap
+  // unmaps its segments and, last, destroys its mutex.
   ~ProcessHeap() { activations.fetch_sub(1); }
 
   Heap heap;
 };
 
-// Laid out by the compiler: to write it at the start would touch every page of its tables.
+// constinit, because a constructor that ran at the start would touch every page of the tables.
+//
+// Deliberate: the order of this object among the program's static objects is left to the linker,
+// and none of them initialises standard streams, since all output goes through stdio. The order
+// decides nothing at the start, since the compiler lays out all of them. It decides nothing at exit
+// either: the only others with a destructor are the two file names. An exit handler of main, which
+// runs before all these destructors, has released them.
 constinit ProcessHeap process;
 
-// 16, or for smaller sizes the largest power of two within: an object's alignment divides its size.
+// 16, or for smaller sizes the largest power of two that is not larger: the alignment of an object
+// divides its size.
 std::size_t DefaultAlignment(std::size_t size) {
   return size >= kDefaultAlignment ? kDefaultAlignment : std::bit_floor(size);
 }
@@ -75,8 +83,8 @@ void* HeapCalloc(std::size_t count, std::size_t size) {
 void* HeapRealloc(void* block, std::size_t size) {
   Heap& heap = process.heap;
   const MutexLock lock(heap.GetMutex());
-  // Deliberate: size 0 is outside the contract. Should it come, the block is freed like realloc
-  // often does; by the unlocked form, for the lock is held and not recursive.
+  // Deliberate: size 0 is outside the contract. It frees the block, as realloc often does, by the
+  // unlocked form, since the lock is held and not recursive.
   if (size == 0) {
     FreeUnlocked(block);
     return nullptr;

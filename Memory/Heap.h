@@ -1,12 +1,12 @@
 // The program's general-purpose allocator.
 //
-// Blocks with a header at each boundary (Memory/HeapBlock.h) fill the segments taken from the
-// system. Free blocks wait in buckets by size; neighbours merge as soon as both are free, so no two
-// free blocks ever lie side by side. Segments that lie back to back become one; all of them are
+// Blocks, each with a header before it (Memory/HeapBlock.h), fill the segments that the system
+// maps. Free blocks are kept in buckets by size. Neighbours merge as soon as both are free, so no
+// two free blocks are ever neighbours. Segments that are neighbours become one; all of them are
 // kept until the heap is destroyed.
 //
 // Every operation holds the heap's one lock from start to end. The forms named Unlocked are for a
-// caller that holds GetMutex() already; with it held, only they may be called.
+// caller that holds GetMutex() already; such a caller may call no other form.
 #pragma once
 
 #include <cstdint>
@@ -31,27 +31,28 @@ class Heap {
   [[nodiscard]] void* AllocBlockUnlocked(uint64_t size, uint64_t alignment);
 
   // Frees a block; null is ignored. False: no segment of this heap holds `payload`, and nothing is
-  // done. Requires: otherwise it is a block in use, which nothing here checks.
+  // done. Requires: a payload in a segment is that of a block in use, which is not checked.
   [[nodiscard]] bool FreeBlock(void* payload);
   [[nodiscard]] bool FreeBlockUnlocked(void* payload);
 
-  // Makes the block hold `size` bytes where it stands: by cutting its end off, or by taking in a
-  // free block behind it. False, the block unchanged: that cannot be done, `size` is above
-  // kMaxSize, or `payload` is null or in no segment.
+  // Gives the block room for `size` bytes in place: makes its end a free block, or merges it with
+  // the next block if that is free. False, with the block unchanged: the next block is in use or
+  // too small, `size` is above kMaxSize, or `payload` is null or in no segment.
   [[nodiscard]] bool ResizeInPlace(void* payload, uint64_t size);
   [[nodiscard]] bool ResizeInPlaceUnlocked(void* payload, uint64_t size);
 
-  // The bytes that the block holds, perhaps more than were asked for; 0 for null or a pointer in no
-  // segment.
+  // The bytes that the block has room for, perhaps more than were asked for; 0 for null or a
+  // pointer in no segment.
   [[nodiscard]] uint64_t UsableSize(const void* payload) const;
   [[nodiscard]] uint64_t UsableSizeUnlocked(const void* payload) const;
 
-  // Maps a segment that has room for such a request. False: as for AllocBlock.
+  // Maps a segment in which such a request fits. False: as for AllocBlock. The heap maps segments
+  // on demand; this is for a caller who wants one beforehand, and the tool has none.
   [[nodiscard]] bool AddSegment(uint64_t size, uint64_t alignment);
 
   Mutex& GetMutex() const { return mutex_; }
 
-  // For callers that hold the lock.
+  // For checks and dumps, which hold the lock.
   HeapStats& Counters() { return stats_; }
   const HeapStats& Counters() const { return stats_; }
   const HeapFreeLists& FreeLists() const { return freeLists_; }

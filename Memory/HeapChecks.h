@@ -1,22 +1,22 @@
-// Statistics of a heap, and walks that test whether it is whole. They serve tests and debugging and
-// change no block; each works on the process-wide heap unless told another.
+// Statistics of a heap, and checks whether it is consistent. They complete the interface for tests
+// and debugging; the tool calls none. They change no block and use the process-wide heap by
+// default.
 //
-// Each check comes in two forms: one takes the heap's lock, the other, named Unlocked, is for a
-// caller that holds it.
+// Each takes the heap's lock. The forms named Unlocked are for a caller that holds it.
 #pragma once
 
 #include "Memory/GlobalHeap.h"
 #include "Memory/HeapStats.h"
 
 enum class StatsDetail {
-  kCounters,  // the counters and the number of segments; the walked values stay 0
-  kWalked,    // also what takes a walk over all blocks
+  kCounters,  // the counters and the number of segments
+  kWalked,    // also the values that take a walk over all blocks; 0 otherwise
 };
 
 [[nodiscard]] HeapStats GetStats(StatsDetail detail, const Heap& heap = GlobalHeap());
 
-// Deliberate: zeroes every counter, those of the blocks and segments that stand included. From then
-// on they count differences, which may be below zero and wrap.
+// Deliberate: zeroes every counter, also those of the blocks in use and the segments. From then on
+// they count differences, which may be negative and then wrap.
 void ResetStats(Heap& heap = GlobalHeap());
 
 // Whether `address` lies in any segment.
@@ -27,11 +27,12 @@ void ResetStats(Heap& heap = GlobalHeap());
 [[nodiscard]] bool IsBlock(const void* address, const Heap& heap = GlobalHeap());
 [[nodiscard]] bool IsBlockUnlocked(const void* address, const Heap& heap = GlobalHeap());
 
-// Whether every free list has, forwards and backwards, the blocks that its bucket counts.
+// Whether every free list has as many blocks as its bucket counts, forwards and backwards, and all
+// of its sizes.
 [[nodiscard]] bool CheckBuckets(const Heap& heap = GlobalHeap());
 [[nodiscard]] bool CheckBucketsUnlocked(const Heap& heap = GlobalHeap());
 
-// Whether the blocks of every segment join up to its sentinel, know the block before them, never
-// lie free side by side, and add up to the counters and the lists. Requires: no ResetStats while
-// there are any.
+// Whether the blocks of every segment follow each other without a gap up to its sentinel, each
+// names the block before it, no two free ones are neighbours, and all of them add up to the
+// counters and the lists. Requires: ResetStats was not called while there were blocks.
 [[nodiscard]] bool CheckBlocks(const Heap& heap = GlobalHeap());

@@ -25,7 +25,7 @@ void DumpStats(const Heap& heap) {
   DumpValue("freeBlocks ..... ", stats.freeBlocks);
   DumpValue("freeSize ....... ", stats.freeSize);
   DumpValue("totalSize ...... ", stats.totalSize);
-  // Headers, sentinels and blocks too small for a list.
+  // Headers, sentinels and blocks that are too small for a list.
   DumpValue("bookKeeping .... ", stats.totalSize - stats.allocSize - stats.freeSize);
   DumpValue("maxAllocSize ... ", stats.maxAllocSize);
   DumpValue("maxFreeSize .... ", stats.maxFreeSize);

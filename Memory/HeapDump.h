@@ -1,11 +1,12 @@
-// A heap's state as text on standard output, for a person who debugs. The tool never prints it.
+// A heap's state as text on standard output, for debugging. The tool never prints it.
 #pragma once
 
 #include "Memory/GlobalHeap.h"
 
-// The detailed statistics, one "label value" line each, then a line per segment with its index and
-// its first and end address in hexadecimal.
+// Prints the walked statistics, one line "label value" each. Then one line for each segment with
+// its index, its base and its end, all in hexadecimal.
 void DumpStats(const Heap& heap = GlobalHeap());
 
-// Every block of every segment: whether it is in use, its header's address and its payload's size.
+// Prints every block of every segment: whether it is in use, the address of its header and the size
+// of its payload.
 void DumpBlocks(const Heap& heap = GlobalHeap());

@@ -6,7 +6,9 @@ namespace {
 
 // The links of a neighbour in the list; beyond its ends, where the neighbour is null, the bucket's.
 FreeLinks& LinksOf(BlockHeader* neighbour, HeapFreeLists::Bucket& bucket) {
-  return neighbour != nullptr ? *Links(neighbour) : bucket.ends;
+  FreeLinks* links = &bucket.ends;
+  if (neighbour != nullptr) links = Links(neighbour);
+  return *links;
 }
 
 }  // namespace

@@ -1,14 +1,13 @@
-// Tells AddressSanitizer which of the heap's bytes the program may touch. Ordinary builds have
-// nothing of it: a HeapWord is then its plain type, and the functions do nothing.
+// Shows AddressSanitizer which bytes of the heap the program may use. In ordinary builds a HeapWord
+// is its plain type and the functions do nothing.
 //
-// To the sanitizer a segment is one mapping, all of it good to use. So all of it is poisoned when
-// it is mapped, and a block's bytes are open to the program from its allocation until it is freed:
-// the bytes asked for, not those that rounding adds. What lies between them (headers, links, free
-// blocks, the sentinel) stays poisoned, and an access one byte past a block is reported on the
-// spot.
+// The sanitizer knows only whole mappings. So the heap poisons a segment when it is mapped. From
+// allocation until release a block's bytes are open to the program: those asked for, not those that
+// rounding adds. Headers, links, free blocks and sentinels stay poisoned, so that the sanitizer
+// reports an access one byte beyond a block at once.
 //
-// The heap's own words lie in poisoned memory and are of type HeapWord, whose accesses alone are
-// not checked; the rest of the heap's code is under watch like any other.
+// The heap's own words are in poisoned memory and have the type HeapWord. Its accesses are not
+// checked; all other code of the heap is checked like any code.
 #pragma once
 
 #include <cstdint>
@@ -48,14 +47,14 @@ inline void UnpoisonBytes(const void* bytes, uint64_t count) {
   __asan_unpoison_memory_region(bytes, count);
 }
 
-// Opens the first `asked` of the block's `size` bytes and no more; of none asked for, one, so that
-// every block in use can be told from a freed one.
+// Opens the first `asked` of the block's `size` bytes and poisons the others. For `asked` 0 it
+// opens one byte, so that ExpectOpen can tell a block in use from a free one.
 inline void OpenBlock(const void* payload, uint64_t asked, uint64_t size) {
   PoisonBytes(payload, size);
   UnpoisonBytes(payload, asked == 0 ? 1 : asked);
 }
 
-// Reports a block that is freed or resized after it was freed.
+// Reads the first byte, so that the sanitizer reports the release or resize of a free block.
 inline void ExpectOpen(const void* payload) { *static_cast<const volatile char*>(payload); }
 
 #else

@@ -9,18 +9,18 @@
 
 namespace {
 
-constexpr uint64_t kLeastGranule = 0x10000;
-constexpr uint64_t kLargePage = 0x200000;  // of x86-64, and of other systems with pages of 4 KiB
+constexpr uint64_t kMinGranule = 0x10000;
+constexpr uint64_t kLargePage = 0x200000;  // on x86-64, and on other systems with pages of 4 KiB
 
 uint64_t RoundUpToGranule(uint64_t length) {
-  const uint64_t granule = std::max(static_cast<uint64_t>(sysconf(_SC_PAGESIZE)), kLeastGranule);
+  const uint64_t granule = std::max(static_cast<uint64_t>(sysconf(_SC_PAGESIZE)), kMinGranule);
   return (length + granule - 1) / granule * granule;
 }
 
 }  // namespace
 
-// Deliberate: heap memory is executable as well as writable. The tool runs no code from it; callers
-// of the general-purpose heap may.
+// Deliberate: heap memory is executable as well as writable. The tool runs no code from it, but
+// callers of a general-purpose heap may.
 void* MapPages(std::size_t length) {
   void* base =
       mmap(nullptr, length, PROT_READ | PROT_WRITE | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -31,7 +31,7 @@ void UnmapPages(void* base, std::size_t length) { munmap(base, length); }
 
 void PreferLargePages(void* base, uint64_t length) {
 #ifdef MADV_HUGEPAGE
-  // Only what fills large pages from end to end, so that no more memory is touched than before.
+  // Only the large pages that the block fills, so that no more memory is touched than before.
   const uintptr_t address = reinterpret_cast<uintptr_t>(base);
   const uintptr_t start = (address + kLargePage - 1) / kLargePage * kLargePage;
   const uintptr_t end = (address + length) / kLargePage * kLargePage;
@@ -42,7 +42,7 @@ void PreferLargePages(void* base, uint64_t length) {
 HeapSegments::~HeapSegments() {
   for (const Segment& segment : *this) {
     void* base = reinterpret_cast<void*>(segment.base);
-    UnpoisonBytes(base, segment.length);  // the addresses may come to serve others
+    UnpoisonBytes(base, segment.length);  // other mappings may get the addresses
     mapper_.unmap(base, RoundUpToGranule(segment.length));
   }
 }

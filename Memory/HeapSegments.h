@@ -1,16 +1,16 @@
-// The heap's segments: the large pieces of memory that it takes from the system and cuts up.
+// The heap's segments: the large pieces of memory that it maps and divides into blocks.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
-// Where segments come from. Lengths are multiples of the granule, the larger of the system's page
-// and 64 KiB.
+// Where segments come from. Lengths are multiples of the granule, which is the larger of the
+// system's page size and 64 KiB.
 struct SegmentMapper {
   // Memory at a multiple of 16, or null.
   void* (*map)(std::size_t length);
-  // Gives back what map returned; two neighbours that were joined come back as one.
+  // Gives back what `map` returned. Neighbours that were joined are given back in one call.
   void (*unmap)(void* base, std::size_t length);
 };
 
@@ -19,8 +19,8 @@ void* MapPages(std::size_t length);
 void UnmapPages(void* base, std::size_t length);
 inline constexpr SegmentMapper kSystemMapper = {MapPages, UnmapPages};
 
-// Tells the system that `length` bytes at `base`, part of a segment, will be used as a whole, so
-// that it may take its large pages for them: one fault instead of 512. No more than a hint.
+// A hint to the system that all of the `length` bytes at `base`, part of a segment, will be used.
+// It may then back them with large pages: one page fault instead of 512.
 void PreferLargePages(void* base, uint64_t length);
 
 struct Segment {
@@ -34,7 +34,7 @@ class HeapSegments {
  public:
   static constexpr int kMaxSegments = 256;
 
-  // Where two joined segments met: the base of each.
+  // The bases of two segments that were joined.
   struct Seam {
     uintptr_t lower;
     uintptr_t upper;
@@ -45,15 +45,15 @@ class HeapSegments {
   HeapSegments(const HeapSegments&) = delete;
   HeapSegments& operator=(const HeapSegments&) = delete;
 
-  // Maps `length` bytes, rounded up to the granule. Null: the table is full, or no memory. The
-  // record stays where it is until the next JoinNeighbours.
+  // Maps `length` bytes, rounded up to the granule. Null: the table is full, or there is no memory.
+  // The pointer is valid until the next JoinNeighbours.
   [[nodiscard]] const Segment* Map(uint64_t length);
 
   // The segment that holds `address`, or null.
   [[nodiscard]] const Segment* Find(const void* address) const;
 
-  // Makes the first two records that lie back to back one, and says where they met; the blocks are
-  // left to the caller. False: no two do.
+  // Makes the first two segments that are neighbours one, and reports where they met. The caller
+  // joins their blocks. False: no two are neighbours.
   [[nodiscard]] bool JoinNeighbours(Seam& seam);
 
   int Count() const { return count_; }

@@ -1,4 +1,4 @@
-// The heap's counters, and the snapshot that is taken of them.
+// The heap's counters. GetStats (Memory/HeapChecks.h) takes a snapshot of them.
 #pragma once
 
 #include <cstdint>
@@ -7,11 +7,11 @@
 struct HeapStats {
   uint64_t allocBlocks = 0;    // blocks in use
   uint64_t allocSize = 0;      // in use
-  uint64_t peakAllocSize = 0;  // most ever in use, headers included
-  uint64_t peakBlockSize = 0;  // largest request ever served, after rounding
+  uint64_t peakAllocSize = 0;  // the most that was ever in use, headers included
+  uint64_t peakBlockSize = 0;  // largest request ever served, rounded up
   uint64_t freeBlocks = 0;     // blocks in the free lists
   uint64_t freeSize = 0;       // in the free lists
-  uint64_t totalSize = 0;      // all segments ever mapped, whole
+  uint64_t totalSize = 0;      // of all segments ever mapped, headers included
 
   // Filled in a snapshot only, 0 in the heap itself.
   uint64_t maxAllocSize = 0;      // largest block in use
@@ -23,6 +23,6 @@ struct HeapStats {
   uint64_t reallocCalls = 0;  // resizes in place of a block of this heap
   uint64_t freeCalls = 0;     // frees of a block of this heap
   uint64_t reallocSucc = 0;   // resizes in place that succeeded
-  uint64_t slowBucket = 0;    // searches that had to walk blocks
+  uint64_t slowBucket = 0;    // searches that had to walk a list
 };
 static_assert(sizeof(HeapStats) == 16 * sizeof(uint64_t), "sixteen counters in fixed order");

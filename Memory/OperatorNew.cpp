@@ -1,9 +1,10 @@
-// The global allocation operators: the process-wide heap while it is active, malloc and free before
-// and after. Deletion needs no record of the origin: what no segment holds goes to free().
+// The global allocation operators. They use the process-wide heap while it is active, and malloc
+// and free before and after. HeapFree hands a block that no segment holds to free(), so nobody has
+// to know which of them allocated a block.
 //
-// Deliberate: operator new never throws; without memory it returns null, and so does the form that
-// the standard lets throw. The program is built without exceptions, and callers that test for null
-// are its only protection.
+// Deliberate: operator new returns null when there is no memory, also in the forms for which the
+// standard demands an exception. The program is built without exceptions, and its only protection
+// is that callers test for null.
 
 #include <cstdlib>
 #include <new>
@@ -24,8 +25,9 @@ void Deallocate(void* block) {
 
 }  // namespace
 
-// All forms mean the same, but none is written by another: of the first two a compiler may believe
-// that they never return null, and would pass that belief on. Sanitizers of clang check it.
+// All forms do the same, but none calls another: the compiler may assume that the first two never
+// return null, and would assume it of their callers. The attribute is for clang's sanitizers, which
+// check that assumption.
 __attribute__((no_sanitize("returns-nonnull-attribute"))) void* operator new(std::size_t size) {
   return Allocate(size);
 }
