@@ -1,8 +1,7 @@
-// The growable array under every container of the program, with its one growth rule.
+// The growable array of the program, with its one growth rule.
 //
-// An Array is a plain record {data, size, capacity} on the program's heap. It never throws: each
-// operation that may need memory returns false when there is none, and the array then holds no
-// block and no elements.
+// Its elements are in one block of the program's heap. Each operation that may need memory returns
+// false when there is none; the array then has no block and no elements.
 #pragma once
 
 #include <algorithm>
@@ -17,9 +16,8 @@
 
 namespace Core {
 
-// The capacity that follows from growing `capacity` step by step (c + 1 up to 2, then half as much
-// again) until it holds `needed`: 1, 2, 3, 4, 6, 9, 13, 19, 28, 42, ... Formed in 64 bits and held
-// at the largest 32-bit size, where the 32-bit product would wrap and never reach `needed`.
+// Grows `capacity` in steps (by 1 below 2, then by half) until it is at least `needed`: 1, 2, 3, 4,
+// 6, 9, 13, 19, 28, 42, ... At most 2^31 - 1. A 32-bit product could wrap and never reach `needed`.
 constexpr int32_t GrownCapacity(int32_t capacity, int32_t needed) {
   int64_t grown = capacity;
   while (grown < needed) grown = grown < 2 ? grown + 1 : 3 * grown / 2;
@@ -48,11 +46,10 @@ class Array {
   const T* begin() const { return data_; }
   const T* end() const { return data_ + size_; }
 
-  // Makes the capacity exactly `capacity` elements; the elements that no longer fit are dropped.
-  // 0 frees the block. False: no memory; the old block is gone, the size is 0.
-  // Deliberate: after a failure the capacity still records the request, so asking for the same
-  // capacity again fails again without asking the heap.
-  // Requires: capacity >= 0.
+  // Makes the capacity exactly `capacity` elements and drops those that no longer fit. 0 frees the
+  // block. False: no memory; the old block is freed, the size is 0.
+  // Deliberate: after a failure Capacity() is still the one asked for. A second request for it
+  // fails at once, without asking the heap. Requires: capacity >= 0.
   [[nodiscard]] bool SetCapacity(int32_t capacity) {
     if (capacity == capacity_) return HasBlock();
     if (capacity == 0) {
@@ -72,22 +69,22 @@ class Array {
     return HasBlock();
   }
 
-  // Ensures room for `count` elements by the growth rule. False: no memory, as above.
+  // Grows the capacity to at least `count` elements by the growth rule. False: as for SetCapacity.
   [[nodiscard]] bool Reserve(int32_t count) {
     return capacity_ >= count ? HasBlock() : SetCapacity(GrownCapacity(capacity_, count));
   }
 
-  // Makes the size exactly `size`, reserving exactly that much if the capacity is short; new
-  // elements are uninitialised. False: no memory, as above.
+  // Makes the size exactly `size`, and the capacity too if it is smaller. New elements are
+  // uninitialised. False: as for SetCapacity.
   [[nodiscard]] bool SetSize(int32_t size) {
     if (capacity_ < size ? !SetCapacity(size) : !HasBlock()) return false;
     size_ = size;
     return true;
   }
 
-  // Appends one element. False: no memory, or 2^31 - 1 elements already stand here.
+  // Appends one element. False: no memory, or the array has 2^31 - 1 elements already.
   [[nodiscard]] bool Append(const T& element) {
-    const T copy = element;  // the element may stand in this array's old block
+    const T copy = element;  // `element` may be in this array's old block
     if (size_ >= capacity_) {
       if (size_ == std::numeric_limits<int32_t>::max() || !Reserve(size_ + 1)) return false;
     } else if (!HasBlock()) {
@@ -97,7 +94,8 @@ class Array {
     return true;
   }
 
-  // Appends `count` elements at `elements`, which stand outside this array. False: as for Append.
+  // Appends the `count` elements at `elements`. False: as for Append. Requires: they are not in
+  // this array.
   [[nodiscard]] bool AppendAll(const T* elements, int32_t count) {
     if (count > std::numeric_limits<int32_t>::max() - size_ || !Reserve(size_ + count)) {
       return false;
@@ -109,7 +107,7 @@ class Array {
     return true;
   }
 
-  // Becomes a copy of `other`, reserving exactly if the capacity is short. False: no memory.
+  // Copies the size and the elements of `other`. False: as for SetSize.
   [[nodiscard]] bool Assign(const Array& other) {
     if (&other == this) return true;
     if (!SetSize(other.size_)) return false;
@@ -120,7 +118,7 @@ class Array {
   // Drops the elements and keeps the block.
   void Clear() { size_ = 0; }
 
-  // Gives the block back; the array is empty as after construction.
+  // Frees the block; the array is as after construction.
   void Free() {
     if (data_ != nullptr && capacity_ != 0) HeapFree(data_);
     data_ = nullptr;
@@ -139,7 +137,7 @@ class Array {
 
   T* data_ = nullptr;
   int32_t size_ = 0;      // elements in use
-  int32_t capacity_ = 0;  // elements the block holds
+  int32_t capacity_ = 0;  // elements that the block has room for
 };
 
 using ByteArray = Array<uint8_t>;

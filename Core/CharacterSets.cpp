@@ -13,17 +13,17 @@ namespace {
 
 constexpr int kByteValues = 256;
 constexpr int16_t kNone = -1;              // in any table: nothing is assigned
-constexpr int32_t kReplacement = '?';      // stands for what cannot be held
+constexpr int32_t kReplacement = '?';      // for a character outside the set
 constexpr int32_t kMalformed = -1;         // from DecodeUtf8Character
-constexpr int kLongestSequence = 6;        // bytes of UTF-8
+constexpr int kMaxSequence = 6;            // bytes of UTF-8
 constexpr int32_t kBeyondBasic = 0x10000;  // the first code point outside the basic plane
 
 // The code point of each byte, or kNone.
 using DecodingTable = std::array<int16_t, kByteValues>;
 
-// Code points to bytes in two levels. The first 256 entries stand for the code point's bits 8-15
-// (its page) and hold where in the same array the block of that page begins, or kNone. The entry
-// for bits 0-7 in that block holds the byte, or kNone.
+// The byte of each code point, in two levels. Bits 8 to 15 of the code point, its page, select one
+// of the first 256 entries: the index in the same array at which the block of that page begins, or
+// kNone. Bits 0 to 7 select the entry in that block: the byte, or kNone.
 template <int kPages>
 using EncodingTable = std::array<int16_t, kByteValues * std::size_t{1 + kPages}>;
 
@@ -82,7 +82,7 @@ constexpr DecodingTable WithRange(DecodingTable table, int firstByte,
   return table;
 }
 
-// A page beyond `kPages` would be a write past the array, and so an error of the compilation.
+// More than `kPages` pages would mean a write beyond the array, which does not compile.
 template <int kPages>
 constexpr EncodingTable<kPages> Reverse(const DecodingTable& decoding) {
   EncodingTable<kPages> table{};
@@ -135,7 +135,7 @@ constexpr ByteTables kByteTables[] = {
 
 constinit uint32_t defaultCodePage = kCodePageUtf8;
 
-// Null: the code page converts as UTF-8.
+// Null: the code page is UTF-8.
 const ByteTables* TablesOf(uint32_t codePage) {
   if (codePage == kCodePageDefault) codePage = defaultCodePage;
   if (codePage < kCodePageLatin1 || codePage > kCodePageWindows1250) return nullptr;
@@ -148,8 +148,7 @@ int32_t DecodeUtf8(const char* source, int32_t length, int32_t* destination, int
   while (capacity == 0 || count < capacity) {
     const int32_t codePoint = DecodeUtf8Character(source, end);
     if (codePoint == kMalformed) break;
-    // Deliberate: only the basic multilingual plane is kept; file names that go through a String
-    // lose the rest.
+    // Deliberate: only the basic multilingual plane is kept. File names lose other characters.
     if (capacity > 0) destination[count] = codePoint < kBeyondBasic ? codePoint : kReplacement;
     ++count;
   }
@@ -157,11 +156,11 @@ int32_t DecodeUtf8(const char* source, int32_t length, int32_t* destination, int
 }
 
 int32_t EncodeUtf8(const int32_t* source, int32_t length, char* destination, int32_t capacity) {
-  int64_t total = 0;  // six bytes a code point may pass 32 bits when only counting
+  int64_t total = 0;  // six bytes for each code point may be more than 32 bits can count
   for (int32_t i = 0; i < length; ++i) {
-    char scratch[kLongestSequence];
-    // Deliberate: a sequence that does not fit is skipped whole, and a later, shorter one may fit.
-    total += capacity == 0 ? EncodeUtf8Character(source[i], scratch, kLongestSequence)
+    char scratch[kMaxSequence];
+    // Deliberate: a sequence that does not fit is skipped, and a later, shorter one may fit.
+    total += capacity == 0 ? EncodeUtf8Character(source[i], scratch, kMaxSequence)
                            : EncodeUtf8Character(source[i], destination + total,
                                                  capacity - static_cast<int32_t>(total));
   }
@@ -169,10 +168,10 @@ int32_t EncodeUtf8(const int32_t* source, int32_t length, char* destination, int
 }
 
 char EncodeByte(const int16_t* encoding, int32_t codePoint) {
-  // Deliberate: bits above 15 are ignored, so a code point outside the basic plane folds onto the
-  // page of its low 16 bits.
+  // Deliberate: bits above 15 are ignored, so a code point outside the basic plane is encoded like
+  // its low 16 bits.
   const int16_t block = encoding[codePoint >> 8 & 0xFF];
-  // Deliberate: on a page that is present, a code point without a byte gives the low byte of kNone,
+  // Deliberate: a code point without a byte whose page has a block gives the low byte of kNone,
   // 0xFF, and not the replacement.
   return static_cast<char>(block == kNone ? kReplacement : encoding[block + (codePoint & 0xFF)]);
 }
@@ -182,7 +181,7 @@ int32_t Utf8Length(int32_t codePoint) {
   if (codePoint < 0x800) return 2;
   if (codePoint < 0x10000) return 3;
   if (codePoint < 0x200000) return 4;
-  return codePoint < 0x4000000 ? 5 : kLongestSequence;
+  return codePoint < 0x4000000 ? 5 : kMaxSequence;
 }
 
 }  // namespace
@@ -221,8 +220,8 @@ void SelectCodePage(uint32_t codePage) {
   if (std::strstr(locale, ".1252") != nullptr) defaultCodePage = kCodePageWindows1252;
 }
 
-// Overlong forms and surrogates are taken as they decode. Six bytes carry 31 bits, so no sequence
-// gives a negative value and kMalformed is never a code point.
+// Accepts overlong forms and surrogates. Six bytes carry 31 bits, so no sequence gives a negative
+// value, and kMalformed is never a code point.
 int32_t DecodeUtf8Character(const char*& position, const char* end) {
   if (position >= end) return kMalformed;
   const uint8_t lead = static_cast<uint8_t>(*position);
@@ -231,7 +230,7 @@ int32_t DecodeUtf8Character(const char*& position, const char* end) {
     ++position;
     return lead;
   }
-  if (ones == 1 || ones > kLongestSequence || end - position < ones) return kMalformed;
+  if (ones == 1 || ones > kMaxSequence || end - position < ones) return kMalformed;
   int32_t codePoint = lead & 0x7F >> ones;
   for (int i = 1; i < ones; ++i) {
     const uint8_t byte = static_cast<uint8_t>(position[i]);

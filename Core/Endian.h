@@ -1,5 +1,6 @@
-// Numbers in byte buffers: little-endian as deflate and zlib's hashes want them, big-endian as PNG.
-// The shifts compile to single loads and stores and do not depend on the machine's own order.
+// Numbers in byte buffers: little-endian for deflate and the searches of its encoder, big-endian
+// for PNG and zlib. The shifts do not depend on the machine's byte order, and compile to single
+// loads and stores.
 #pragma once
 
 #include <cstdint>

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kAssertionStatus = 1;
 
-// The two reporting hooks: on this platform nobody is shown a message and no debugger is called.
+// The two reporting hooks. They do nothing on this platform.
 void ShowMessage(const char* /*message*/) {}
 void BreakIntoDebugger(const char* /*message*/) {}
 

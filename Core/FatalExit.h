@@ -1,4 +1,4 @@
-// The end of the process for broken invariants: nothing is printed on this platform.
+// Ends the process when an invariant is broken. Nothing is printed on this platform.
 #pragma once
 
 namespace Core {
@@ -7,8 +7,8 @@ namespace Core {
 // nothing on Linux, and ends the process with `status`.
 [[noreturn]] void FatalExit(const char* message, int status);
 
-// The fatal exit, with status 1, of a failed assertion: `expression` at `line` of source `unit`
-// (such as "Image/Bitmap").
+// Calls FatalExit with status 1 and a message about a failed assertion: `expression`, at `line` of
+// the source `unit`, such as "Image/Bitmap".
 [[noreturn]] void AssertionFailed(const char* expression, int line, const char* unit);
 
 }  // namespace Core

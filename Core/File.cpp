@@ -10,7 +10,7 @@ namespace {
 
 constexpr mode_t kNewFilePermissions = 0600;
 
-// The flags of open() that make and empty files.
+// The flags of open() for making and emptying a file.
 int CreationFlags(uint32_t mode) {
   const bool create = (mode & kModeCreate) != 0;
   if ((mode & kModeTruncate) != 0) return create ? O_TRUNC | O_CREAT : O_TRUNC;
@@ -62,8 +62,8 @@ bool File::ParseMode(const char* modeString, uint32_t& mode, uint32_t& share) {
         mode |= kModeWrite | kModeCreate | kModeTruncate;
         break;
       case 'a':
-        // Deliberate: unlike fopen's "a" it reads too and, because it creates without truncating,
-        // takes a new file only.
+        // Deliberate: unlike fopen's "a" this reads too and fails if the file exists, since it
+        // creates without truncating.
         mode |= kModeRead | kModeWrite | kModeCreate | kModeAppend;
         break;
       case '+':
@@ -89,7 +89,9 @@ bool File::Write(const void* buffer, int32_t count, uint32_t& done) {
   if ((caps_ & kAppend) == 0) return WriteHere(buffer, count, done);
   const int64_t position = Tell();
   const bool written = Seek(0, kFromEnd) && WriteHere(buffer, count, done);
-  Seek(position, kFromStart);
+  // Deliberate: a failure here is not reported. The bytes are in the file, and a caller that is
+  // told otherwise may write them twice. The next append does not depend on the position.
+  static_cast<void>(Seek(position, kFromStart));
   return written;
 }
 
@@ -109,8 +111,8 @@ bool File::Flush() { return (caps_ & kWritable) == 0 || fsync(Descriptor()) == 0
 bool File::Truncate() { return (caps_ & kWritable) == 0 || ftruncate64(Descriptor(), Tell()) == 0; }
 
 bool File::OpenDescriptor(const String& path, uint32_t mode) {
-  // Deliberate: the bits are added to those that stand, so a file that is opened again with other
-  // access still shows the access it had before.
+  // Deliberate: the bits are added to the old ones, so a file that is opened again with other
+  // access still shows the access that it had before.
   int flags = O_RDONLY;
   switch (mode & (kModeRead | kModeWrite)) {
     case kModeRead:

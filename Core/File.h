@@ -1,5 +1,8 @@
 // The stream over a POSIX file descriptor. Every operation is one system call or a short sequence
-// of them; nothing is buffered, and errno is neither kept nor reported.
+// of them. Nothing is buffered, and errno is neither kept nor reported.
+//
+// The tool uses the constructor with mode bits, GetCaps, Read and Write, and leaves closing to the
+// destructor. The rest completes the interface.
 #pragma once
 
 #include <cstdint>
@@ -9,17 +12,16 @@
 
 namespace Core {
 
-// How a file is opened, as bits. Create without truncate makes a new file and fails if there is
-// one.
+// How a file is opened, as bits.
 enum FileMode : uint32_t {
   kModeRead = 1,
   kModeWrite = 2,
-  kModeCreate = 4,
-  kModeTruncate = 8,
-  kModeAppend = 16,
+  kModeCreate = 4,    // makes the file; without kModeTruncate it must not exist yet
+  kModeTruncate = 8,  // empties the file; without kModeCreate it must exist
+  kModeAppend = 16,   // every write goes to the end
 };
 
-// What other openings of the file are allowed meanwhile. It has no meaning on this platform.
+// How others may open the file while it is open. It has no effect on this platform.
 constexpr uint32_t kShareAll = 7;
 
 class File final : public Stream {
@@ -27,49 +29,52 @@ class File final : public Stream {
   // No file.
   File() = default;
 
-  // Opens `path` as Open does. A failure shows as a clear kOpen bit in GetCaps.
+  // Opens `path` as Open does. After a failure the kOpen bit of GetCaps is clear.
   File(const String& path, uint32_t mode, uint32_t share);
 
-  // The same with the mode as ParseMode reads it.
+  // The same, with a mode for ParseMode.
   File(const String& path, const char* modeString);
 
-  // Closes the file if there is one.
+  // Closes the file if there is one. A failure to close is not reported.
   ~File() override;
 
-  // Opens `path` with FileMode bits, of which kModeRead or kModeWrite must be there; an open file
-  // is closed first. A file that is made here may be read and written by its owner only (0600, less
-  // the umask). False: the old file could not be closed, no access is asked for, or the file cannot
-  // be opened; in the last case GetCaps is 0.
+  // Opens `path` with FileMode bits, at least kModeRead or kModeWrite; an open file is closed
+  // first. Only the owner may read and write a file that is made here (0600, less the umask).
+  // False: the old file could not be closed, neither kModeRead nor kModeWrite is set, or the file
+  // cannot be opened; in the last case GetCaps is 0.
   [[nodiscard]] virtual bool Open(const String& path, uint32_t mode, uint32_t share);
 
-  // The same with the mode as ParseMode reads it. False also for null.
+  // The same, with a mode for ParseMode. False also for null.
   [[nodiscard]] bool Open(const String& path, const char* modeString);
 
-  // Reads a mode in the manner of fopen: r, w, a, each with + and x; other characters are ignored.
-  // False, with nothing set: `modeString` is null.
+  // Reads a mode like those of fopen: r, w or a, with + and x; other characters are ignored. False,
+  // with nothing set: `modeString` is null.
   [[nodiscard]] static bool ParseMode(const char* modeString, uint32_t& mode, uint32_t& share);
 
-  // One read or write each; a short count is not retried.
-  bool Read(void* buffer, int32_t count, uint32_t& done) override;
+  // One read; a short count is not retried. False also for a negative count.
+  [[nodiscard]] bool Read(void* buffer, int32_t count, uint32_t& done) override;
 
-  // In append mode the bytes go to the end of the file and the position stays.
-  bool Write(const void* buffer, int32_t count, uint32_t& done) override;
+  // One write; a short count is not retried. False also for a negative count. In append mode the
+  // bytes go to the end of the file, and the position is restored; the result is that of the write
+  // even if the position could not be restored.
+  [[nodiscard]] bool Write(const void* buffer, int32_t count, uint32_t& done) override;
 
-  // True when there was nothing to close.
-  // Deliberate: the file still counts as open and keeps its descriptor number, so that the
-  // destructor closes that number once more. Close by hand only a file that lives no longer than
-  // the next statement; the tool leaves closing to the destructor.
-  bool Close() override;
+  // True also when no file is open.
+  // Deliberate: the open bit and the descriptor number stay, so the destructor closes that number
+  // once more. If another file has got the number meanwhile, it is closed: destroy a file at once
+  // after its Close.
+  [[nodiscard]] bool Close() override;
 
   uint32_t GetCaps() override { return caps_; }
-  bool Seek(int64_t offset, int32_t origin) override;
+  [[nodiscard]] bool Seek(int64_t offset, int32_t origin) override;
   int64_t Tell() override;
 
-  // Waits until the bytes are on the device. Nothing to do when the file is not writable.
-  bool Flush() override;
+  // Waits until the bytes are on the device. Does nothing, and succeeds, if the file is not
+  // writable.
+  [[nodiscard]] bool Flush() override;
 
-  // Nothing to do when the file is not writable.
-  bool Truncate() override;
+  // Does nothing, and succeeds, if the file is not writable.
+  [[nodiscard]] bool Truncate() override;
 
  private:
   bool OpenDescriptor(const String& path, uint32_t mode);

@@ -16,7 +16,7 @@ const uint8_t* MemoryStream::GetData() const {
 int64_t MemoryStream::GetSize() { return borrowed_ != nullptr ? borrowedLength_ : buffer_.Size(); }
 
 bool MemoryStream::Read(void* buffer, int32_t count, uint32_t& done) {
-  // A refused seek may have left the position below the start, where nothing stands.
+  // A seek that failed may have made the position negative: nothing can be read there.
   const int64_t available = position_ < 0 ? 0 : GetSize() - position_;
   const int64_t size = std::max<int64_t>(0, std::min<int64_t>(count, available));
   if (size > 0) std::memcpy(buffer, GetData() + position_, static_cast<std::size_t>(size));

@@ -1,5 +1,5 @@
-// A stream in memory: either it reads bytes that it borrows, or it works on a growing buffer of its
-// own. Which of the two is settled at construction.
+// A stream in memory. It either reads borrowed bytes or reads and writes a growing buffer of its
+// own; the constructor decides which.
 #pragma once
 
 #include <cstdint>
@@ -22,24 +22,26 @@ class MemoryStream final : public Stream {
   const uint8_t* GetData() const;
 
   // Never fails: at or beyond the end it reads 0 bytes.
-  bool Read(void* buffer, int32_t count, uint32_t& done) override;
+  [[nodiscard]] bool Read(void* buffer, int32_t count, uint32_t& done) override;
 
-  // Writes at the position and grows the buffer as needed; bytes between the old end and a position
-  // beyond it are left as they were. False, and nothing changed: the stream borrows, or the end
-  // would pass 2^31 - 1 bytes. False, and the buffer is lost: no memory.
-  bool Write(const void* buffer, int32_t count, uint32_t& done) override;
+  // Writes at the position and grows the buffer as needed. If the position was beyond the end, the
+  // bytes between them are uninitialised. False, with nothing changed: the stream borrows, `count`
+  // or the position is negative, or the end would be beyond 2^31 - 1 bytes. False, with the buffer
+  // lost: no memory.
+  [[nodiscard]] bool Write(const void* buffer, int32_t count, uint32_t& done) override;
 
   uint32_t GetCaps() override;
 
-  // Past the end is allowed; a negative target is the start.
-  // Deliberate: a target outside 32 bits gives false, yet the position becomes its low 32 bits.
-  bool Seek(int64_t offset, int32_t origin) override;
+  // A target beyond the end is allowed; a negative one counts as 0.
+  // Deliberate: for a target outside int32_t the result is false, but the position becomes its low
+  // 32 bits.
+  [[nodiscard]] bool Seek(int64_t offset, int32_t origin) override;
 
   int64_t Tell() override { return position_; }
   int64_t GetSize() override;
 
-  // False on a borrowing stream, or when there is no memory.
-  bool Truncate() override;
+  // False: the stream borrows, or there is no memory.
+  [[nodiscard]] bool Truncate() override;
 
  private:
   const uint8_t* borrowed_ = nullptr;

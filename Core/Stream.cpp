@@ -15,8 +15,7 @@ int64_t Stream::GetSize() {
   const int64_t position = Tell();
   if (position < 0 || !Seek(0, kFromEnd)) return -1;
   const int64_t size = Tell();
-  Seek(position, kFromStart);
-  return size;
+  return Seek(position, kFromStart) ? size : -1;
 }
 
 bool Stream::IsEof() {

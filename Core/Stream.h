@@ -11,7 +11,7 @@ enum StreamCaps : uint32_t {
   kReadable = 2,
   kWritable = 4,
   kSeekable = 8,
-  kAppend = 16,  // every write lands at the end; files only
+  kAppend = 16,  // every write goes to the end; files only
 };
 
 // Where a seek counts from. Streams take any other value as kFromStart.
@@ -19,8 +19,10 @@ enum SeekOrigin : int32_t { kFromStart = 0, kFromCurrent = 1, kFromEnd = 2 };
 
 // An abstract byte stream. The defaults are those of a stream that can do nothing.
 //
-// A transfer may be short: it is good only when the call returned true and `done` equals the count
-// asked for. ReadExactly and WriteExactly (Core/StreamIo.h) hold that rule.
+// A transfer may be short: it succeeded only if the call returned true and `done` equals `count`.
+// ReadExactly and WriteExactly (Core/StreamIo.h) check both.
+//
+// Close, Truncate and IsEof complete the interface; the tool calls none of them.
 class Stream {
  public:
   Stream() = default;
@@ -30,30 +32,34 @@ class Stream {
 
   // Reads up to `count` bytes and reports how many in `done`; true with 0 bytes is the end of the
   // data. False: the stream refused, `done` is untouched.
-  virtual bool Read(void* buffer, int32_t count, uint32_t& done);
+  [[nodiscard]] virtual bool Read(void* buffer, int32_t count, uint32_t& done);
 
-  // Writes up to `count` bytes and reports how many in `done`. False: the stream refused.
-  virtual bool Write(const void* buffer, int32_t count, uint32_t& done);
+  // Writes up to `count` bytes and reports how many in `done`. False: the stream refused, `done` is
+  // untouched.
+  [[nodiscard]] virtual bool Write(const void* buffer, int32_t count, uint32_t& done);
 
-  virtual bool Close();
+  [[nodiscard]] virtual bool Close();
 
   // A set of StreamCaps bits.
   virtual uint32_t GetCaps();
 
   // Moves the position. False: the stream cannot seek there.
-  virtual bool Seek(int64_t offset, int32_t origin);
+  [[nodiscard]] virtual bool Seek(int64_t offset, int32_t origin);
 
   // The position in bytes from the start, or -1.
   virtual int64_t Tell();
 
-  // The size in bytes, or -1. The default seeks to the end and back.
+  // The size in bytes, or -1. The default seeks to the end and back. If it cannot seek back, the
+  // size is -1 too: a caller that got it would go on reading or writing at the wrong position.
   virtual int64_t GetSize();
 
-  virtual bool Flush();
+  // Hands over everything that the stream still buffers. False: that failed.
+  [[nodiscard]] virtual bool Flush();
 
-  // Makes the position the end of the stream.
-  virtual bool Truncate();
+  // Makes the position the end of the stream. False: the stream cannot do that.
+  [[nodiscard]] virtual bool Truncate();
 
+  // Whether the position is known and is the end.
   virtual bool IsEof();
 };
 

@@ -33,10 +33,9 @@ bool WriteExactly(Stream& destination, const void* buffer, int32_t count) {
   return destination.Write(buffer, count, done) && done == static_cast<uint32_t>(count);
 }
 
-bool WriteInPieces(Stream& destination, const uint8_t* bytes, int32_t count) {
-  constexpr int32_t kMostPerCall = 1 << 30;  // Linux takes up to a page less than 2 GiB
+bool WriteInPieces(Stream& destination, const uint8_t* bytes, int32_t count, int32_t maxPiece) {
   while (count > 0) {
-    const int32_t size = std::min(count, kMostPerCall);
+    const int32_t size = std::min(count, maxPiece);
     if (!WriteExactly(destination, bytes, size)) return false;
     bytes += size;
     count -= size;

@@ -14,15 +14,15 @@ namespace Core {
 
 // The header of a block; the elements follow it.
 struct String::Block {
-  uint32_t capacity;                 // elements the block was made for, without the zero
-  uint32_t length;                   // elements in use, set when they stand there
+  uint32_t capacity;                 // elements that the block was made for, without the zero
+  uint32_t length;                   // elements in use; 0 until they are written
   std::atomic<uint32_t> references;  // strings that share the block
-  std::atomic<uint32_t> hash;        // of the text; 0 while it is not known
+  std::atomic<uint32_t> hash;        // of the text; 0 until it is computed
 
   // A block for `count` elements with one reference, its terminating zero set. Null: no memory.
   template <typename Element>
   static Block* Make(int32_t count) {
-    static_assert(sizeof(Block) == 4 * sizeof(uint32_t), "the elements follow at once");
+    static_assert(sizeof(Block) == 4 * sizeof(uint32_t), "the elements follow without a gap");
     const std::size_t slack = sizeof(uint32_t);  // the zero element, of either size
     const std::size_t size = sizeof(Block) + sizeof(Element) * static_cast<std::size_t>(count);
     uint8_t* const memory = new (std::nothrow) uint8_t[size + slack];
@@ -55,7 +55,7 @@ String::String(const String& other) : text_(other.text_), narrow_(other.narrow_)
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a string has the same text as itself
 String& String::operator=(const String& other) {
-  if (text_ == other.text_) return *this;  // keeps the rendering that `other` may not have
+  if (text_ == other.text_) return *this;  // keeps the rendering, which `other` may lack
   Release();
   text_ = other.text_;
   narrow_ = other.narrow_;
@@ -105,7 +105,7 @@ bool String::Format(const char* format, ...) {
   va_start(arguments, format);
   const int length = std::vsnprintf(rendering, sizeof rendering, format, arguments);
   va_end(arguments);
-  if (length < 0) rendering[0] = '\0';  // an argument that cannot be rendered leaves no text
+  if (length < 0) rendering[0] = '\0';  // vsnprintf could not convert an argument
   return Assign(kCodePageDefault, rendering, nullptr);
 }
 
@@ -114,7 +114,7 @@ uint32_t String::Hash() const {
   uint32_t known = text_->hash.load();
   if (known != 0) return known;
   const uint32_t computed = HashBytes(text_->Elements<uint8_t>(), text_->length * sizeof(int32_t));
-  // Only the first of several threads stores. A hash that is itself 0 is computed at every call.
+  // Only the first of several threads stores. A text whose hash is 0 is hashed at every call.
   text_->hash.compare_exchange_strong(known, computed);
   return text_->hash.load();
 }

@@ -25,7 +25,7 @@ std::string Encode(const Text& text, uint32_t codePage) {
   return bytes;
 }
 
-// What the C library makes of `text`, or nothing if it does not convert.
+// What the C library converts `text` to, or nothing if it cannot.
 std::string Judge(const char* to, const char* from, const std::string& text) {
   const iconv_t converter = iconv_open(to, from);
   EXPECT_NE(converter, reinterpret_cast<iconv_t>(-1)) << to << " from " << from;
@@ -93,7 +93,7 @@ TEST(CharacterSets, Utf8TakesTheShortestSequence) {
 TEST(CharacterSets, TheDefaultIsUtf8UntilAnotherIsSelected) {
   EXPECT_EQ(Encode({0x20AC}, 0), "\xE2\x82\xAC");
   Core::SelectCodePage(5);
-  Core::SelectCodePage(0);  // the locale of this process has nothing to say
+  Core::SelectCodePage(0);  // the locale "C" of this process selects none
   EXPECT_EQ(Encode({0x20AC}, 0), "\x80");
   Core::SelectCodePage(1);
 }

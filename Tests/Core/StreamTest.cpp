@@ -18,7 +18,7 @@ namespace {
 
 std::string YesNo(bool is) { return is ? "yes" : "no"; }
 
-// The answer of a stream, the one of the file at `path` if it is a file, as in Streams.txt.
+// What a stream answers to an operation of Streams.txt. `path` is the file that "open" opens.
 std::string Answer(Stream& stream, const std::string& path, const std::string& operation,
                    const std::string& argument) {
   long long first = 0;
@@ -80,7 +80,7 @@ std::string SomeBytes(std::size_t size) {
   return bytes;
 }
 
-// A step that is refused or short on either side fails the whole, and nothing wrong is written.
+// A refused or short step on either side makes the whole fail, and no wrong byte is written.
 TEST(StreamIo, SucceedsExactlyWhenEveryStepWasWhole) {
   const struct {
     const char* name;
@@ -92,9 +92,15 @@ TEST(StreamIo, SucceedsExactlyWhenEveryStepWasWhole) {
       {"copy rest", [](Stream& o, Stream& i, int32_t) { return Core::CopyStream(o, i, -1); },
        false},
       {"skip", [](Stream&, Stream& i, int32_t n) { return Core::SkipBytes(i, n); }, true},
+      {"pieces",
+       [](Stream& o, Stream& i, int32_t n) {
+         Core::ByteArray all;
+         return Core::ReadAll(i, all) && Core::WriteInPieces(o, all.Data(), n, 8191);
+       },
+       false},
       {"zeros", [](Stream& o, Stream&, int32_t n) { return Core::WriteZeros(o, n); }, false}};
   const int32_t edges[] = {0, 1, 8191, 8192, 8193, 16384, 30000};
-  for (int run = 0; run < 5 * 7 * 7 * 2; ++run) {
+  for (int run = 0; run < 6 * 7 * 7 * 2; ++run) {
     const auto& row = rows[run / 98];
     const int32_t size = edges[run / 14 % 7], limit = edges[run / 2 % 7];
     const Fault fault = run % 2 == 0 ? Fault::kRefuse : Fault::kCut;
@@ -129,6 +135,14 @@ TEST(StreamIo, ReadAllReplacesFromASeekableStreamAndAppendsFromAnyOther) {
   MemoryStream nothing;
   FaultyStream refusing(nothing, 8191, Fault::kRefuse);
   EXPECT_FALSE(Core::CopyStream(nothing, refusing, -1));
+}
+
+TEST(Stream, HasNoSizeIfItCannotSeekBack) {
+  struct OneWayStream final : Stream {
+    bool Seek(int64_t, int32_t origin) override { return origin == Core::kFromEnd; }
+    int64_t Tell() override { return 5; }
+  };
+  EXPECT_EQ(OneWayStream().GetSize(), -1);
 }
 
 TEST(File, OpensByAModeStringFromItsConstructionOn) {

@@ -10,7 +10,7 @@
 static int allocations = 0;
 static int allowedAllocations = INT32_MAX;
 
-// The operator behind the blocks of strings, which can be told to have no memory.
+// The operator that allocates the blocks of strings; the tests decide when it has no memory.
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return ++allocations > allowedAllocations ? nullptr : ::operator new[](size);
 }

@@ -54,7 +54,7 @@ TEST(GlobalHeap, ReallocKeepsTheContentOrTheBlock) {
   EXPECT_EQ(HeapRealloc(moved, 8), moved);
   EXPECT_TRUE(HeapResize(moved, kImpossible) == nullptr && HeapRealloc(moved, 0) == nullptr);
   HeapFree(fence);
-  HeapFree(HeapRealloc(std::malloc(10), 20));  // memory of the system: freed, not copied
+  HeapFree(HeapRealloc(std::malloc(10), 20));  // a block of malloc: freed, not copied
   EXPECT_EQ(InUse(), 0u);
 }
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-// What is printed, with addresses from the start of the arena on.
+// What a dump prints, with addresses replaced by offsets in the arena.
 std::string Dumped(void (*dump)(const Heap&), const Heap& heap) {
   testing::internal::CaptureStdout();
   dump(heap);
@@ -20,7 +20,7 @@ std::string Dumped(void (*dump)(const Heap&), const Heap& heap) {
   const char* const digits = "0123456789abcdefx";
   for (std::size_t at = 0; (at = text.find_first_of(digits, at)) != text.npos;) {
     const std::size_t length = std::min(text.find_first_not_of(digits, at), text.size()) - at;
-    if (length > 8) {  // which sizes do not reach
+    if (length > 8) {  // an address; sizes are shorter
       const uint64_t place = std::stoull(text.substr(at, length), nullptr, 16);
       const uint64_t start = reinterpret_cast<uintptr_t>(SegmentArena::Slot(0));
       text.replace(at, length, "+" + std::to_string(place - start));
@@ -30,7 +30,7 @@ std::string Dumped(void (*dump)(const Heap&), const Heap& heap) {
   return text;
 }
 
-// A freed block of 64 bytes, one of 16 in use and a free rest; and a second segment, all free.
+// A free block of 64 bytes, one of 16 in use and a free one of the rest; and a free second segment.
 TEST(HeapDump, ShowsCountersSegmentsAndBlocks) {
   const SegmentArena arena({0, 2});
   Heap heap(SegmentArena::Mapper());

@@ -1,6 +1,6 @@
 #include "Memory/HeapPoison.h"
 
-#ifdef HALOMEND_POISONS_HEAP  // elsewhere such an access goes unseen
+#ifdef HALOMEND_POISONS_HEAP  // other builds do not see such an access
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 
 namespace {
 
-// What may be touched of a block of 13 bytes after something was done with it.
+// How many bytes of a block of 13 bytes are open after it was used in some way.
 TEST(HeapPoison, OpensTheBytesAskedForAndNoOthers) {
   struct Row {
     const char* name;

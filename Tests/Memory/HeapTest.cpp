@@ -26,8 +26,7 @@ class HeapTest : public testing::Test {
   Heap heap_{SegmentArena::Mapper()};
 };
 
-// Above 1 GiB the bucket says nothing about the size. The memory is never touched, only its
-// headers.
+// The last bucket has all sizes from 1 GiB on. Only the headers are touched, not the payloads.
 TEST(HeapModel, RequestsAboveAGibibyteTakeFreeBlocksThatFit) {
   constexpr uint64_t kMiB = 0x100000;
   Heap heap;
@@ -60,8 +59,8 @@ TEST_F(HeapTest, GivesEightBytesOfAlignmentToTheBlockBefore) {
   EXPECT_EQ(heap_.UsableSize(first), 16u);
 }
 
-// What is left of 64 bytes: 8 bytes stay; 16 become a block that has no payload and is in no list;
-// 32 are the least block that is in one.
+// What becomes of the rest of 64 bytes: 8 bytes stay in the block; 16 become a block without
+// payload, which is in no list; 32 become the smallest block that is in a list.
 TEST_F(HeapTest, KeepsSliversOutsideTheLists) {
   void* block = Alloc(64);
   void* fence = Alloc(8);
@@ -83,7 +82,7 @@ TEST_F(HeapTest, PrefersTheLowerEndOfABucket) {
   for (const size_t index : {0, 2, 4, 6}) EXPECT_EQ(Alloc(100), blocks[index]);
 }
 
-// Damages each header word and link in turn; blocks begin at words 0, 10 (free) and 20.
+// Damages one header word or link after another. Blocks begin at words 0, 10 (free) and 20.
 TEST_F(HeapTest, ChecksFindDamage) {
   auto* words = static_cast<HeapWord<uint64_t>*>(Alloc(64)) - 2;
   uint64_t* freed = static_cast<uint64_t*>(Alloc(64));

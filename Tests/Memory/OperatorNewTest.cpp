@@ -1,4 +1,4 @@
-// A program of its own: the operators are replaced for all of it, the test framework included.
+// A program of its own, since the operators are replaced in all of it, the test framework included.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -9,8 +9,8 @@
 
 namespace {
 
-// Every form of new, called through volatile pointers past what the compiler knows of them: that
-// two never return null, and that a pair of new and delete may be left out.
+// Every form of new. The pointers are volatile, so that the compiler cannot assume that two forms
+// never return null, nor leave out a pair of new and delete.
 void* (*volatile forms[])(std::size_t) = {
     ::operator new, ::operator new[],
     [](std::size_t size) { return ::operator new(size, std::nothrow); },
@@ -45,7 +45,7 @@ int main(int argc, char** argv) {
   fromBefore = forms[0](100);
   ActivateHeap();
   const int result = RUN_ALL_TESTS();
-  // The framework's own exit handlers may run after the heap's, and touch what it gave back.
+  // The framework's own exit handlers may run after the heap's destructor and use what it unmapped.
   std::fflush(stdout);
   std::_Exit(result);
 }
