@@ -54,28 +54,15 @@ bool File::ParseMode(const char* modeString, uint32_t& mode, uint32_t& share) {
   mode = 0;
   share = kShareAll;
   for (; *modeString != '\0'; ++modeString) {
-    switch (*modeString) {
-      case 'r':
-        mode |= kModeRead;
-        break;
-      case 'w':
-        mode |= kModeWrite | kModeCreate | kModeTruncate;
-        break;
-      case 'a':
-        // Deliberate: unlike fopen's "a" this reads too and fails if the file exists, since it
-        // creates without truncating.
-        mode |= kModeRead | kModeWrite | kModeCreate | kModeAppend;
-        break;
-      case '+':
-        if ((mode & kModeAppend) != 0) mode &= ~uint32_t{kModeTruncate};
-        mode |= kModeRead | kModeWrite;
-        break;
-      case 'x':
-        mode &= ~uint32_t{kModeTruncate};
-        break;
-      default:
-        break;
-    }
+    const char letter = *modeString;
+    if (letter == 'r') mode |= kModeRead;
+    if (letter == 'w') mode |= kModeWrite | kModeCreate | kModeTruncate;
+    // Deliberate: unlike fopen's "a" this reads too and fails if the file exists, since it creates
+    // without truncating.
+    if (letter == 'a') mode |= kModeRead | kModeWrite | kModeCreate | kModeAppend;
+    const bool isAppending = (mode & kModeAppend) != 0;
+    if (letter == 'x' || (letter == '+' && isAppending)) mode &= ~uint32_t{kModeTruncate};
+    if (letter == '+') mode |= kModeRead | kModeWrite;
   }
   return true;
 }
@@ -111,25 +98,15 @@ bool File::Flush() { return (caps_ & kWritable) == 0 || fsync(Descriptor()) == 0
 bool File::Truncate() { return (caps_ & kWritable) == 0 || ftruncate64(Descriptor(), Tell()) == 0; }
 
 bool File::OpenDescriptor(const String& path, uint32_t mode) {
+  const bool reads = (mode & kModeRead) != 0;
+  const bool writes = (mode & kModeWrite) != 0;
+  if (!reads && !writes) return false;
   // Deliberate: the bits are added to the old ones, so a file that is opened again with other
   // access still shows the access that it had before.
-  int flags = O_RDONLY;
-  switch (mode & (kModeRead | kModeWrite)) {
-    case kModeRead:
-      caps_ |= kReadable;
-      break;
-    case kModeWrite:
-      caps_ |= kWritable;
-      flags = O_WRONLY;
-      break;
-    case kModeRead | kModeWrite:
-      caps_ |= kReadable | kWritable;
-      flags = O_RDWR;
-      break;
-    default:
-      return false;
-  }
-  const int descriptor = open64(path.ToNarrow(), flags | CreationFlags(mode), kNewFilePermissions);
+  if (reads) caps_ |= kReadable;
+  if (writes) caps_ |= kWritable;
+  const int access = !writes ? O_RDONLY : reads ? O_RDWR : O_WRONLY;
+  const int descriptor = open64(path.ToNarrow(), access | CreationFlags(mode), kNewFilePermissions);
   if (descriptor < 0) {
     caps_ = 0;
     return false;
