@@ -93,6 +93,12 @@ TEST_F(HeapTest, ChecksFindDamage) {
     EXPECT_FALSE(IsWhole()) << index;
     words[index] = words[index] ^ damage;
   }
+  for (const uint64_t change :
+       {uint64_t{8}, kInUseBit}) {  // of the free block: its size, its state
+    words[10] = words[10] ^ change;
+    EXPECT_FALSE(CheckBuckets(heap_));
+    words[10] = words[10] ^ change;
+  }
   EXPECT_TRUE(IsBlock(words + 2, heap_) && IsBlock(freed, heap_));
   EXPECT_FALSE(IsBlock(words, heap_) || IsBlock(&words, heap_) || IsBlock(nullptr, heap_));
   const char* base = SegmentArena::Slot(0);
