@@ -39,7 +39,9 @@ void HeapFreeLists::Unlink(BlockHeader* block) {
 
   const int index = FloorBucket(size);
   Bucket& bucket = buckets_[index];
-  if (--bucket.count == 0) bitmap_[index / kBitsPerWord] &= ~Bit(index);
+  --bucket.count;
+  // Without a branch, since it is hard to predict whether a list becomes empty.
+  bitmap_[index / kBitsPerWord] &= ~(uint64_t{bucket.count == 0} << index % kBitsPerWord);
   const FreeLinks links = *Links(block);
   LinksOf(links.next, bucket).previous = links.previous;
   LinksOf(links.previous, bucket).next = links.next;
