@@ -1,7 +1,7 @@
-// Any list of arguments gives the flags, the names, the answer and the message that the rules of
-// the command line, stated again in their plainest form, give.
+// Any list of arguments gives the flags, the names, the result and the message that follow from the
+// rules of the command line, which are stated here a second time, in their plainest form.
 //
-//   arguments, each ended by a zero byte
+//   input: arguments, each ended by a zero byte
 #include <cstdio>
 #include <cstdlib>
 #include <string>

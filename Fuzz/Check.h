@@ -1,6 +1,6 @@
-// What the fuzz targets share. A target stops the process when bytes make the program break a
-// promise. libFuzzer and Fuzz/Replay.cpp both hand the bytes over in a heap block of exactly their
-// size, so that AddressSanitizer sees a read of one byte more.
+// Helpers of all fuzz targets. A target stops the process when an input makes the program break a
+// promise. libFuzzer and Fuzz/Replay.cpp both pass the input in a heap block of exactly its size,
+// so that AddressSanitizer sees a read beyond it.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +15,7 @@ inline void Check(bool holds) {
   if (!holds) __builtin_trap();
 }
 
-// Hands an input out from its front, and zeros behind its end.
+// Hands out an input from its front, and zeros after its end.
 struct FuzzInput {
   const uint8_t* next;
   const uint8_t* end;

@@ -1,6 +1,6 @@
-// What the encoder makes of any data, at both kinds of level, the inflater turns back.
+// The encoder compresses any data, at both kinds of level, and the inflater restores it.
 //
-//   level, size, operations: literals, noise, or a copy from further back
+//   input: level, size, operations (literals, noise, or a copy of earlier data)
 #include <algorithm>
 
 #include "Compression/Checksums/HashBytes.h"
@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kSmall = 1024;
 constexpr std::size_t kLarge = 150000;  // more than one block, and several windows
 
-// Data of many kinds and sizes from a short input.
+// Makes data of many kinds and sizes from a short input.
 Bytes Expand(FuzzInput& input) {
   const uint8_t form = input.Byte();
   const std::size_t bound = std::min(kSmall << (form < 0x80 ? 0 : form & 15), kLarge);

@@ -1,6 +1,6 @@
-// A heap of its own, in every kind of use, against a model of the blocks in use.
+// Compares a heap, in every kind of use, with a model of its blocks in use.
 //
-//   order of the segments, how many there may be, operations with their numbers
+//   input: order of the segments, their number, operations with their arguments
 #include "Memory/Heap.h"
 
 #include <algorithm>
@@ -12,11 +12,11 @@
 
 namespace {
 
-constexpr int kSlots = 7;  // prime, so that any step goes through all of them
-constexpr std::size_t kMostBlocks = 48;
-constexpr uint64_t kMostSize = 0x1000000;  // which the least segment can hold at any alignment
+constexpr int kSlots = 7;  // prime, so that any step visits all of them
+constexpr std::size_t kMaxBlocks = 48;
+constexpr uint64_t kMaxServed = 0x1000000;  // fits the smallest segment at any alignment
 
-// Begins with bytes of its own, so that an overlap shows.
+// A block in use. It begins with marks of its own, so that an overlap is noticed.
 struct Block {
   char* bytes;
   uint64_t size;
@@ -29,7 +29,7 @@ struct Block {
   }
 };
 
-// Up to kMostSize, or close to the largest size.
+// Up to kMaxServed, or close to the largest size.
 uint64_t TakeSize(FuzzInput& input) {
   const uint8_t form = input.Byte();
   if (form == 0xFF) return Heap::kMaxSize + 64 - input.Byte();
@@ -40,14 +40,14 @@ void Allocate(Heap& heap, FuzzInput& input, std::vector<Block>& blocks) {
   const uint64_t size = TakeSize(input);
   const uint64_t alignment = uint64_t{1} << input.Byte() % 22;
   const auto bytes = static_cast<char*>(heap.AllocBlock(size, alignment));
-  const bool isServable = size <= kMostSize && alignment <= Heap::kMaxAlignment;
+  const bool isServable = size <= kMaxServed && alignment <= Heap::kMaxAlignment;
   if (bytes == nullptr) return Check(!isServable || SegmentArena::IsUsedUp());
   Check(isServable && reinterpret_cast<uintptr_t>(bytes) % std::max<uint64_t>(alignment, 8) == 0);
   blocks.push_back({bytes, size, static_cast<char>(heap.Counters().allocCalls)});
   blocks.back().Mark();
 }
 
-// Succeeds exactly if there is room; now and then all of it is taken.
+// Resizing succeeds exactly if there is room; sometimes the input asks for all of it.
 void Resize(Heap& heap, FuzzInput& input, Block& block) {
   const BlockHeader* const next = NextBlock(BlockOf(block.bytes));
   const uint64_t room =
@@ -78,7 +78,7 @@ void Use(Heap& heap, FuzzInput& input) {
   };
   while (input.Left() > 0) {
     const int operation = input.Byte() % 16;
-    if (operation < 8 && blocks.size() < kMostBlocks) {
+    if (operation < 8 && blocks.size() < kMaxBlocks) {
       Allocate(heap, input, blocks);
     } else if (operation == 15) {
       Check(heap.AddSegment(8, 8) || SegmentArena::IsUsedUp());
@@ -102,7 +102,7 @@ void Use(Heap& heap, FuzzInput& input) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
-  static const SegmentArena arena({});  // one for all: a heap may not expect zeros in its memory
+  static const SegmentArena arena({});  // one for all runs: a heap must not expect zeroed memory
   FuzzInput input = {data, data + size};
   const int step = 1 + input.Byte() % (kSlots - 1);
   std::deque<int> slots;

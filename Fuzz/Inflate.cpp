@@ -1,6 +1,6 @@
-// The three ways to decompress one stream agree on its bytes and on whether it is good.
+// The three ways to decompress a stream agree on its bytes and on its validity.
 //
-//   container, limit, stream
+//   input: container, limit, stream
 #include <algorithm>
 
 #include "Compression/Checksums/Adler32.h"
@@ -15,14 +15,15 @@ bool BeginsLike(const Inflated& one, const Inflated& other) {
   return std::equal(one.output.begin(), one.output.begin() + count, other.output.begin());
 }
 
-// In pieces of many sizes; a stream without an end is left behind `most` bytes.
-Inflated Pull(const Bytes& stream, int32_t format, int64_t most, int32_t size) {
+// Decompresses in pieces of many sizes and stops after `maxSize` bytes, since a stream may be
+// endless.
+Inflated Pull(const Bytes& stream, int32_t format, int64_t maxSize, int32_t size) {
   PieceStream source(stream);
   Inflater inflater(&source);
-  Check(inflater.SetFormat(format));
+  inflater.SetFormat(format);
   Inflated pulled = {true, {}, ""};
   for (int32_t obtained = size;
-       pulled.isGood && obtained == size && std::ssize(pulled.output) <= most;) {
+       pulled.isGood && obtained == size && std::ssize(pulled.output) <= maxSize;) {
     size = size * 7 % 65521;
     Bytes piece(static_cast<std::size_t>(size));
     pulled.isGood = inflater.ReadOutput(piece.data(), size, obtained);
@@ -31,7 +32,7 @@ Inflated Pull(const Bytes& stream, int32_t format, int64_t most, int32_t size) {
   return pulled;
 }
 
-// A good checksum is out of reach of a search, so the stream is given that of what it holds.
+// A search does not find a right checksum, so the stream is given that of its own data.
 void SetAdler(Bytes& stream) {
   const Bytes bare(stream.begin() + 2, stream.end() - 4);
   const Bytes output = Inflate(bare, kRawDeflate).output;
@@ -48,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   if (format == kZlib && stream.size() >= 6) SetAdler(stream);
 
   const Inflated whole = Inflate(stream, format);
-  // Most inputs are bad, and those without an end are slow: some of them will do.
+  // Most inputs are bad, and the endless ones are slow: a sample of them is enough.
   if (!whole.isGood && Adler32(data, size, kAdler32Initial) % 64 != 0) return 0;
   const int64_t limit = std::max(std::ssize(whole.output) + step - 128, int64_t{0});
   const Inflated limited = Inflate(stream, format, limit);
@@ -56,10 +57,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   Check(std::ssize(limited.output) > limit || limited.output == whole.output);
   Check(BeginsLike(limited, whole));
 
-  // Only a stream that gives bytes for ever, which Run recognises, goes on here.
-  const int64_t most = std::ssize(whole.output) + 0x10000;
-  const Inflated pulled = Pull(stream, format, most, 1 + step);
-  const bool isEndless = !whole.isGood && std::ssize(pulled.output) > most;
+  // Only an endless stream, which Run recognises, gives more bytes here.
+  const int64_t maxSize = std::ssize(whole.output) + 0x10000;
+  const Inflated pulled = Pull(stream, format, maxSize, 1 + step);
+  const bool isEndless = !whole.isGood && std::ssize(pulled.output) > maxSize;
   Check(isEndless || (pulled.isGood == whole.isGood && pulled.output == whole.output));
   Check(BeginsLike(pulled, whole));
   return 0;

@@ -1,7 +1,7 @@
-// Any file is decoded or refused; a decoded one needs its last byte, and its pixels survive being
-// encoded and decoded again.
+// Any file is decoded or refused. A decoded file needs its last byte, and its pixels stay the same
+// when they are encoded and decoded again.
 //
-//   1, file    or    0, chunks: type, length, data
+//   input: 1, file    or    0, chunks: type, length, data
 #include <algorithm>
 
 #include "Core/MemoryStream.h"
@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr int32_t kMostPixels = 1 << 16;  // to be encoded
+constexpr int32_t kMaxPixels = 1 << 16;  // to be encoded
 
-// A file whose checksums are good, which is out of reach of a search.
+// Makes a file with right checksums, which a search does not find.
 Bytes Assemble(FuzzInput& input) {
   const char* const kTypes[] = {"IDAT", "IHDR", "PLTE", "tRNS", "tEXt", "IEND", "IDAT", "ABCD"};
   PngBuilder file;
@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const bool isLoaded = LoadPng(in, bitmap);
   const int64_t pixels = int64_t{bitmap.Width()} * bitmap.Height();
   Check(isLoaded || bitmap.Width() + bitmap.Height() == 0);
-  if (!isLoaded || pixels > kMostPixels) return 0;
+  if (!isLoaded || pixels > kMaxPixels) return 0;
 
   Bitmap again;
   Core::MemoryStream cut(file.data(), static_cast<uint32_t>(in.Tell() - 1));

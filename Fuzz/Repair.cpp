@@ -1,6 +1,6 @@
-// The repair gives every picture the pixels and the answer that its plain slow twin gives.
+// The repair gives every picture the same pixels and the same result as its plain slow twin.
 //
-//   width, threshold, pixels
+//   input: width, threshold, pixels
 #include <algorithm>
 
 #include "Compression/Checksums/HashBytes.h"
@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const int32_t height = static_cast<int32_t>(input.Left()) / width + 1;
   Bitmap bitmap(width, height);
   for (Pixel* pixel = bitmap.Row(0); pixel != bitmap.Row(0) + width * height; ++pixel) {
-    // A byte from 128 on is a transparent pixel, any other its alpha, of which 0 is one too.
+    // A byte of 128 or more is a transparent pixel; any other byte gives the alpha, which may be 0.
     const uint8_t byte = input.Byte();
     *pixel =
         (byte < 128 ? Pixel{byte} << 25 : 0) | (HashWord(input.Left() << 8 | byte) & kColorMask);

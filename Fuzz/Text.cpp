@@ -1,7 +1,7 @@
-// Conversion agrees with itself under every character set: counting with storing, cut with whole,
-// one character with many, there with back; and a string holds the same text.
+// Under every character set, conversions agree: counting with storing, cut with whole, one
+// character with many, decoding with encoding; and a string holds the same text.
 //
-//   capacity, text: taken as bytes, and as code points
+//   input: capacity, text (taken as bytes, and as code points)
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -17,7 +17,7 @@ using Text = std::vector<int32_t>;
 
 constexpr uint32_t kCodePages = 7;  // the last one is not assigned
 
-// Without a capacity: the one that counting gives, which is then what is stored.
+// Without a capacity, the capacity is the count, and exactly that many are stored.
 template <typename To, typename From>
 To Convert(auto function, const From& source, uint32_t codePage, int32_t capacity) {
   const int32_t size = static_cast<int32_t>(source.size());
@@ -43,7 +43,7 @@ void TestDecoding(const std::string& bytes, uint32_t codePage, int32_t capacity)
   Check(Decode(bytes, codePage, capacity) == text);
 }
 
-// A sequence that does not fit is skipped, a later one may fit.
+// A sequence that does not fit is skipped; a later one may fit.
 void TestEncoding(const Text& text, uint32_t codePage, int32_t capacity) {
   std::string whole, cut;
   for (const int32_t codePoint : text) {
@@ -79,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const std::string bytes(input.next, input.end);
   Text codePoints;
   while (input.Left() > 0) {
-    const uint32_t high = input.Byte();  // two bits of it choose how far up it stands
+    const uint32_t high = input.Byte();  // two of its bits choose how far it is shifted
     codePoints.push_back(static_cast<int32_t>(high << (high & 24) << 8 | input.Byte()));
   }
   for (uint32_t codePage = 0; codePage < kCodePages; ++codePage) {

@@ -1,4 +1,4 @@
-// Our PNG decoder and libpng over files that no other program would write.
+// Compares our PNG decoder with libpng on files that no other program would write.
 #include <gtest/gtest.h>
 #include <png.h>
 
@@ -18,11 +18,11 @@ struct Picture {
   std::string message = "";  // libpng's
 };
 
-// The part of the reading that libpng leaves by a jump: nothing in it needs a destructor.
+// libpng may leave this function by a jump, so nothing in it needs a destructor.
 void Read(png_structp png, png_infop info, Picture& picture) {
   if (setjmp(png_jmpbuf(png)) != 0) return;
-  png_set_benign_errors(png, 0);            // whatever it finds wrong refuses the file,
-  png_set_check_for_invalid_index(png, 0);  // but for an index past the palette
+  png_set_benign_errors(png, 0);            // any error refuses the file,
+  png_set_check_for_invalid_index(png, 0);  // except an index beyond the palette
   png_set_add_alpha(png, 255, PNG_FILLER_AFTER);
   png_read_png(png, info, PNG_TRANSFORM_EXPAND | PNG_TRANSFORM_STRIP_16 | PNG_TRANSFORM_GRAY_TO_RGB,
                nullptr);
@@ -58,12 +58,13 @@ Picture ReadByLibpng(const Bytes& file) {
 struct SomeFile {
   Bytes file;
   Bytes rows;
-  Bytes data;  // what the IDAT chunks should hold of them
+  Bytes data;  // the zlib stream of the rows, perhaps damaged
 };
 
-// With any filters, rows of random bytes are a picture. Few different bytes give samples that meet
-// the transparent colour. Not made: an empty tRNS, and a transparent colour above the samples'
-// range; libpng refuses the one and cuts the other, we take them at their word.
+// Rows of random bytes are a picture, whatever their filters. With few different bytes, some
+// samples equal the transparent colour. Two things are not made: an empty tRNS, which libpng
+// refuses, and a transparent colour above the samples' range, which libpng cuts; we take both as
+// they are.
 SomeFile MakeFile(Random& random, bool isDamaged) {
   constexpr int kChannels[] = {1, 0, 3, 1, 2, 0, 4};
   const auto [type, depth] = kAllPngFormats[random.Below(std::size(kAllPngFormats))];
@@ -116,15 +117,15 @@ SomeFile MakeFile(Random& random, bool isDamaged) {
   return {file.Chunk("IEND", {}), rows, data};
 }
 
-// Named reasons why only one of the two reads a damaged file.
+// Whether only one of the two reads a damaged file for a known reason.
 bool IsKnownDifference(const Picture& ours, const Picture& judged, const SomeFile& some) {
-  if (judged.isRead) {  // libpng has its rows and does not always look at what is wrong behind them
+  if (judged.isRead) {  // libpng has its rows and does not always test the data after them
     const Verdict verdict = ReadByZlib(some.data, 1);
     return !verdict.isAccepted && verdict.output.size() >= some.rows.size();
   }
   const bool isEmpty = ours.bitmap.Width() * ours.bitmap.Height() == 0;
   return IsOurTolerance(judged.message) ||
-         judged.message.ends_with("Too much image data") ||  // we leave it alone
+         judged.message.ends_with("Too much image data") ||  // which we ignore
          judged.message == "tRNS: invalid" ||                // longer than needed
          (judged.message == "Invalid IHDR data" && isEmpty);
 }
@@ -150,7 +151,7 @@ TEST(PngJudge, ReadsTheSamePixels) {
     ASSERT_TRUE(width == judged.bitmap.Width() && height == judged.bitmap.Height());
     for (int k = 0; k < width * height; ++k) {
       const Pixel pixel = ours.bitmap.Row(0)[k], expected = judged.bitmap.Row(0)[k];
-      // An index past the palette: transparent black with us, opaque black with libpng.
+      // An index beyond the palette: transparent black for us, opaque black for libpng.
       const bool isPast = type == kPngIndexed && pixel == 0;
       ASSERT_EQ(pixel, isPast ? expected & kColorMask : expected) << "pixel " << k;
     }

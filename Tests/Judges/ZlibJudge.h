@@ -1,5 +1,5 @@
-// zlib as the judge of our deflate streams: what it writes, what it makes of a stream, and damage
-// that reaches the decoders because the checksums are put right again.
+// zlib as the judge of our deflate streams: its output, its reading of a stream, and damaged
+// streams whose checksums are made right again, so that the damage reaches the decoders.
 #pragma once
 
 #include <zlib.h>
@@ -14,11 +14,11 @@ struct Random : std::mt19937 {
   using std::mt19937::mt19937;
   int Below(int end) { return static_cast<int>((*this)() % end); }
   bool OneIn(int count) { return Below(count) == 0; }
-  // Below 2^bits, of any order of magnitude.
+  // Below 2^bits, evenly spread over the orders of magnitude.
   int Size(int bits) { return Below(2 << Below(bits)); }
 };
 
-// By our number of the container, 0 to 2: what zlib calls a window of 32 KiB in it.
+// zlib's name for a window of 32 KiB, by our number of the container, 0 to 2.
 constexpr int kWindows[] = {-15, 15, 15 + 16};
 
 struct Verdict {
@@ -46,7 +46,7 @@ inline Verdict ReadByZlib(const Bytes& bytes, int container) {
   return {result == Z_STREAM_END, output, message};
 }
 
-// With any level, window, memory and strategy.
+// Compresses with any level, window, memory and strategy.
 inline Bytes WrittenByZlib(const Bytes& data, int container, Random& random) {
   const int level = random.Below(10), smaller = random.Below(7), memory = 1 + random.Below(9);
   z_stream stream{};
@@ -64,8 +64,8 @@ inline Bytes WrittenByZlib(const Bytes& data, int container, Random& random) {
   return out;
 }
 
-// Anywhere in what zlib writes; in half of the streams only in the deflate data, with checksums
-// of what we make of it.
+// Damages zlib's output anywhere; in half of the streams only the deflate data, to which the
+// checksums of our decompressed bytes are then added.
 inline Bytes WrittenAndDamaged(const Bytes& data, int container, Random& random) {
   const bool isRewrapped = random.OneIn(2);
   Bytes bytes = WrittenByZlib(data, isRewrapped ? 0 : container, random);
@@ -86,10 +86,10 @@ inline Bytes WrittenAndDamaged(const Bytes& data, int container, Random& random)
   return stream;
 }
 
-// What zlib refuses and we take on purpose, as long as nothing else is wrong.
+// Whether zlib refuses a stream for a reason that we accept on purpose.
 inline bool IsOurTolerance(const std::string& message) {
   const auto has = [&](const char* part) { return message.find(part) != std::string::npos; };
-  return has("distance too far back") ||                           // before the start stand zeros
+  return has("distance too far back") ||                           // zeros before the start
          has("code lengths set") || has("literal/lengths set") ||  // incomplete: a pattern
          has("distances set") || has("distance code");             // without a symbol is symbol 0
 }

@@ -1,4 +1,4 @@
-// Assembles deflate streams by hand, bit by bit, also such as no encoder would write.
+// Assembles deflate streams bit by bit, also streams that no encoder would write.
 #pragma once
 
 #include <algorithm>
@@ -10,17 +10,17 @@
 class BitAssembler {
  public:
   BitAssembler() = default;
-  // From the words that Tests/Compression/Inflate/Streams.txt explains.
+  // Tests/Compression/Inflate/Streams.txt explains the words.
   explicit BitAssembler(const std::string& words) {
     for (const std::string& word : Words(Unescaped(words))) Word(word);
   }
 
-  // A number of `count` bits, least significant first: counts, extra bits.
+  // A number of `count` bits, least significant first, as counts and extra bits are.
   BitAssembler& Number(uint64_t value, int count) {
     for (int i = 0; i < count; ++i) Bit(value >> i & 1);
     return *this;
   }
-  // A code of `count` bits, most significant first.
+  // A Huffman code of `count` bits, most significant first.
   BitAssembler& Code(uint32_t code, int count) {
     for (int i = count - 1; i >= 0; --i) Bit(code >> i & 1);
     return *this;

@@ -1,4 +1,4 @@
-// A string of bytes, as the tests, the fuzz targets and their helpers pass it around.
+// The byte string of the tests and the fuzz targets.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Tables of cases in text files, for tests whose rows are data: a row a case, its cells parted by
-// bars, its name in the first. Lines that begin with # are for the reader.
+// Tables of test cases in text files. Each line is a case. Bars separate its cells; the first cell
+// is its name. Lines that begin with # are comments.
 #pragma once
 
 #include <algorithm>
@@ -13,8 +13,8 @@
 
 #include "Tests/Support/Bytes.h"
 
-// The parts between separators, without blanks around; between blanks only those that are not
-// empty.
+// The parts between separators, without blanks around them. With blanks as separators, empty parts
+// are left out.
 inline std::vector<std::string> Words(const std::string& text, char separator = ' ') {
   std::istringstream stream(text);
   std::vector<std::string> words;
@@ -32,7 +32,7 @@ inline Bytes FromHex(const std::string& digits) {
   return bytes;
 }
 
-// The text with \xHH in it replaced by that byte, and then a*3 by aaa.
+// The text with each \xHH replaced by that byte, and then each a*3 by aaa.
 inline std::string Unescaped(std::string text) {
   std::size_t at = 0;
   for (; (at = text.find("\\x", at)) != text.npos; ++at) {
@@ -46,8 +46,8 @@ inline std::string Unescaped(std::string text) {
   return text;
 }
 
-// The rows of a file, with so many cells; those at the end of a row may be missing. A file without
-// rows, or with too many cells in one, ends the program.
+// The rows of a file, each of at most kCells cells; missing cells are empty. A file without rows,
+// or a row with more cells, ends the program.
 template <std::size_t kCells>
 std::vector<std::array<std::string, kCells>> ReadCases(const std::string& file) {
   std::ifstream lines(file);

@@ -1,4 +1,4 @@
-// Whole byte strings through our encoder and decoder.
+// Compresses and decompresses whole byte strings with our encoder and decoder.
 #pragma once
 
 #include <algorithm>
@@ -45,7 +45,7 @@ struct Inflated {
   std::string gzip;  // name, comment and time of a gzip header that has a time
 };
 
-// With an input that comes in pieces of the given size.
+// Decompresses an input that comes in pieces of the given size.
 inline Inflated Inflate(const Bytes& bytes, int32_t format, int64_t limit = Inflater::kUnlimited,
                         std::size_t piece = SIZE_MAX) {
   PieceStream input(bytes, piece);

@@ -1,4 +1,4 @@
-// A stream that passes everything to another one until a given number of bytes has moved.
+// A stream that passes every call to another stream until a given number of bytes has moved.
 #pragma once
 
 #include <algorithm>
@@ -13,8 +13,8 @@ enum class Fault {
 
 class FaultyStream final : public Core::Stream {
  public:
-  // Reads and writes together may move `limit` bytes. The stream shows the capabilities of `inner`
-  // that are in `capsMask`: a sink, for one, must not look readable.
+  // Reads and writes together may move `limit` bytes. GetCaps reports those capabilities of `inner`
+  // that are in `capsMask`: a destination, for example, must not be readable.
   FaultyStream(Core::Stream& inner, int64_t limit, Fault fault, uint32_t capsMask = ~0u)
       : inner_(inner), left_(limit), fault_(fault), capsMask_(capsMask) {}
 

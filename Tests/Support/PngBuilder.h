@@ -8,7 +8,7 @@
 #include "Compression/Checksums/Crc32.h"
 #include "Tests/Support/BitAssembler.h"
 
-// Colour type and bits of a sample.
+// Colour type and bits per sample.
 constexpr std::pair<uint8_t, uint8_t> kAllPngFormats[] = {
     {0, 1}, {0, 2}, {0, 4}, {0, 8}, {0, 16}, {2, 8}, {2, 16}, {3, 1},
     {3, 2}, {3, 4}, {3, 8}, {4, 8}, {4, 16}, {6, 8}, {6, 16}};

@@ -9,7 +9,7 @@
 
 #include "Tests/Support/Bytes.h"
 
-// The fifth kind has four bytes from far back, between noise.
+// kDistantCopies: four bytes of noise and four bytes from 30,000 back, alternating.
 enum class DataKind { kNoise, kFewValues, kRuns, kPeriodThree, kDistantCopies, kSkewed };
 constexpr DataKind kAllDataKinds[] = {DataKind::kNoise,         DataKind::kFewValues,
                                       DataKind::kRuns,          DataKind::kPeriodThree,

@@ -1,5 +1,6 @@
-// Segments for a heap under test, from one reserved range: the test names the slots that the heap
-// gets in turn, and so which segments lie back to back; when none is left, memory is refused.
+// Segments for a heap under test, from one reserved range. The test names the slots that the heap
+// gets one after another, and so decides which segments lie back to back. After the last slot the
+// heap is refused memory.
 #pragma once
 
 #include <sys/mman.h>
@@ -10,7 +11,7 @@
 
 class SegmentArena {
  public:
-  static constexpr std::size_t kSlot = 0x1100000;  // the least segment
+  static constexpr std::size_t kSlot = 0x1100000;  // the smallest segment
 
   explicit SegmentArena(const std::deque<int>& slots) {
     base_ = static_cast<char*>(mmap(nullptr, kRange, PROT_READ | PROT_WRITE,

@@ -1,4 +1,4 @@
-// The repair in its plainest form: whole-picture lists, every neighbour tested for itself.
+// The repair in its plainest form: lists for the whole picture, each neighbour tested alone.
 #pragma once
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 
 #include "Image/Bitmap.h"
 
-// Whether anything changed. A place is a pixel's number in the order of the rows.
+// Returns whether any pixel changed. A place is a pixel's index, row by row.
 inline bool RepairSlowly(Bitmap& bitmap, int threshold) {
   const int width = bitmap.Width();
   const int count = width * bitmap.Height();

@@ -1,4 +1,4 @@
-// An empty directory for one test, removed with everything in it; and files as strings of bytes.
+// An empty directory for one test, which is removed with its content; and files as byte strings.
 #pragma once
 
 #include <stdlib.h>

@@ -1,4 +1,4 @@
-"""What the drivers of the program share: runs in a scratch folder, checks, and made-up pictures."""
+"""Helpers of the scripts that run the program: a scratch folder, checks, and made-up pictures."""
 import os
 import random
 import resource
@@ -10,7 +10,7 @@ import zlib
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-TIMEOUT = 120  # seconds; only a run that hangs takes so long, whatever else the machine does
+TIMEOUT = 120  # seconds; only a run that hangs takes so long, whatever the load of the machine
 STAR = (ROOT / 'Samples/star.png').read_bytes()
 
 
