@@ -1,12 +1,12 @@
-# Sourced by the scripts that build: installs what a machine lacks, from Debian's packages.
+# For the scripts that build, which source this file: installs missing tools from Debian's packages.
 
-# fail MESSAGE...: says why and ends.
+# fail MESSAGE...: prints the reason and ends the script.
 fail() {
   echo "$(basename "$0"): $*" >&2
   exit 1
 }
 
-# need_command COMMAND PACKAGE, need_header FILE PACKAGE: note the package if the thing is not there.
+# need_command COMMAND PACKAGE, need_header FILE PACKAGE: note the package if its file is missing.
 missing=()
 need_command() {
   command -v "$1" >/dev/null || missing+=("$2")
@@ -23,14 +23,14 @@ need_build_tools() {
   need_command cmake cmake
 }
 
-# need_clang_runtime: what clang links for its sanitizers and libFuzzer; Debian only recommends it.
+# need_clang_runtime: clang's library for sanitizers and libFuzzer, which Debian only recommends.
 need_clang_runtime() {
   command -v clang++ >/dev/null &&
     compgen -G "$(clang++ -print-resource-dir)/lib/*/libclang_rt.fuzzer*" >/dev/null ||
     missing+=(libclang-rt-dev)
 }
 
-# install_missing: all that was noted, in one go, as root or through sudo.
+# install_missing: installs all noted packages at once, as root or through sudo.
 install_missing() {
   [ ${#missing[@]} -gt 0 ] || return 0
   command -v apt-get >/dev/null ||
@@ -56,7 +56,7 @@ install_missing() {
   missing=()
 }
 
-# build PRESET [CMAKE_ARGUMENT...]: quiet unless something is wrong; then everything is shown.
+# build PRESET [CMAKE_ARGUMENT...]: prints nothing if all is well, and everything if it fails.
 build() {
   local preset=$1 log
   shift

@@ -1,5 +1,5 @@
-# Run by CPack on the staged files before it makes a package: moves those of a .deb to where Debian's
-# policy wants them, and adds what only Debian has.
+# CPack runs this on the staged files before it makes a package. It moves the files of a .deb to the
+# folders of Debian's policy, and adds the files that only Debian has.
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
   return()
 endif()

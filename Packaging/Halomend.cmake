@@ -1,14 +1,14 @@
-# Pictures repaired as part of a build: include this file, or find_package(Halomend) where it is
+# Repairs pictures as part of a build: include this file, or find_package(Halomend) where it is
 # installed.
 #
 #   halomend_png(TARGET sprites FILES ui/button.png ui/star.png)
 #
-# makes a target, built by default, that repairs each file, named from the current source directory,
-# into one of the same name below the current binary directory. A picture that has nothing to fix
-# is copied. The target's property HALOMEND_PNG lists what it makes.
+# adds a target, built by default, that repairs each file into one of the same name below the current
+# binary directory. File names are relative to the current source directory. A picture with nothing to
+# fix is copied. The target's property HALOMEND_PNG lists the repaired files.
 #
-# Run is the Halomend of this build if it has such a target, and otherwise HALOMEND_EXECUTABLE, which
-# is looked for beside this file and on the path.
+# The target runs the Halomend of this build if there is such a target, and otherwise
+# HALOMEND_EXECUTABLE, which is searched for beside this file and on the path.
 include_guard(GLOBAL)
 
 if(NOT TARGET Halomend)
@@ -21,7 +21,7 @@ function(halomend_png)
     message(FATAL_ERROR "usage: halomend_png(TARGET <name> FILES <file>...)")
   endif()
   if(TARGET Halomend)
-    set(program Halomend)  # CMake puts the target's file here, and builds it before
+    set(program Halomend)  # CMake replaces this by the target's file, and builds it first
   else()
     set(program ${HALOMEND_EXECUTABLE})
   endif()
@@ -36,7 +36,7 @@ function(halomend_png)
     endif()
     set(output ${CMAKE_CURRENT_BINARY_DIR}/${name})
     cmake_path(GET output PARENT_PATH folder)
-    # The output appears whole or not at all, so that a failed repair is tried again.
+    # The output appears whole or not at all, so a failed repair is repeated by the next build.
     add_custom_command(
       OUTPUT ${output}
       COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
