@@ -16,11 +16,11 @@ enum ColorType { kGrey = 0, kRgb = 2, kIndexed = 3, kGreyAlpha = 4, kRgba = 6 };
 
 [[noreturn]] void Fail(const char* message) { throw std::runtime_error(message); }
 
-uint32_t Core::LoadBig32(const uint8_t* bytes) {
+uint32_t LoadBig32(const uint8_t* bytes) {
   return uint32_t{bytes[0]} << 24 | bytes[1] << 16 | bytes[2] << 8 | bytes[3];
 }
 
-void Core::StoreBig32(uint8_t* bytes, uint32_t value) {
+void StoreBig32(uint8_t* bytes, uint32_t value) {
   for (int i = 0; i < 4; ++i) bytes[i] = static_cast<uint8_t>(value >> (24 - 8 * i));
 }
 
@@ -32,10 +32,10 @@ void VisitChunks(const Bytes& file, Visit visit) {
   if (file.size < 8 || std::memcmp(file.begin(), kSignature, 8) != 0) Fail("no PNG file");
   for (std::size_t at = 8; at + kChunkFrame <= file.size;) {
     const uint8_t* type = file.begin() + at + 4;
-    const std::size_t length = Core::LoadBig32(type - 4);
+    const std::size_t length = LoadBig32(type - 4);
     if (length > file.size - at - kChunkFrame) Fail("file cut short");
     const uint8_t* data = type + 4;
-    if (libdeflate_crc32(0, type, length + 4) != Core::LoadBig32(data + length)) Fail("wrong CRC");
+    if (libdeflate_crc32(0, type, length + 4) != LoadBig32(data + length)) Fail("wrong CRC");
     visit(type, data, length);
     at += kChunkFrame + length;
   }
@@ -61,8 +61,8 @@ struct Contents {
 Contents::Contents(const Bytes& file) {
   VisitChunks(file, [&](const uint8_t* type, const uint8_t* bytes, std::size_t length) {
     if (Is(type, "IHDR") && length == 13) {
-      width = Core::LoadBig32(bytes);
-      height = Core::LoadBig32(bytes + 4);
+      width = LoadBig32(bytes);
+      height = LoadBig32(bytes + 4);
       depth = bytes[8];
       colorType = bytes[9];
       const bool isKnown = colorType <= kRgba && Channels() > 0 && (depth == 8 || depth == 16);
@@ -88,7 +88,7 @@ Contents::Contents(const Bytes& file) {
   if (width == 0) Fail("no header");
 }
 
-// Makes pixels of one restored row.
+// Turns one restored row into pixels.
 void ConvertRow(const Contents& contents, const uint8_t* in, uint32_t* out) {
   if (contents.colorType == kIndexed) {
     const int depth = contents.depth;
@@ -112,7 +112,7 @@ void ConvertRow(const Contents& contents, const uint8_t* in, uint32_t* out) {
   }
 }
 
-// The stream where it stands in the file when it is one chunk; else copied together to `joined`.
+// The zlib stream: in the file itself if it is one chunk, otherwise copied into `joined`.
 const uint8_t* Join(const Contents& contents, Bytes& joined) {
   if (contents.data.size() == 1) return contents.data[0].first;
   joined = Bytes(contents.dataSize);
@@ -136,9 +136,9 @@ Bytes Inflate(const uint8_t* stream, std::size_t streamSize, std::size_t size) {
 }
 
 void WriteChunk(uint8_t* at, const char* type, std::size_t length) {
-  Core::StoreBig32(at, static_cast<uint32_t>(length));
+  StoreBig32(at, static_cast<uint32_t>(length));
   std::memcpy(at + 4, type, 4);
-  Core::StoreBig32(at + 8 + length, libdeflate_crc32(0, at + 4, length + 4));
+  StoreBig32(at + 8 + length, libdeflate_crc32(0, at + 4, length + 4));
 }
 
 }  // namespace
@@ -163,7 +163,7 @@ Picture Decode(const Bytes& file) {
   Bytes joined;
   Bytes raw = Inflate(Join(contents, joined), contents.dataSize, (1 + rowSize) * contents.height);
   Picture picture(contents.width, contents.height);
-  // Rows of 8-bit RGBA are restored straight into the picture, others where they stand.
+  // Rows of 8-bit RGBA are restored straight into the picture, others in place.
   const bool isDirect = contents.colorType == kRgba && contents.depth == 8;
   const std::vector<uint8_t> zeroRow(rowSize);
   const uint8_t* above = zeroRow.data();
@@ -198,8 +198,8 @@ Bytes Encode(const Picture& picture) {
 
   std::memcpy(file.begin(), kSignature, sizeof kSignature);
   uint8_t* at = file.begin() + sizeof kSignature;
-  Core::StoreBig32(at + 8, picture.width);
-  Core::StoreBig32(at + 12, picture.height);
+  StoreBig32(at + 8, picture.width);
+  StoreBig32(at + 12, picture.height);
   constexpr uint8_t kFormat[] = {8, kRgba, 0, 0, 0};
   std::memcpy(at + 16, kFormat, sizeof kFormat);
   WriteChunk(at, "IHDR", kHeaderSize);
