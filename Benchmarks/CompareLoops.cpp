@@ -1,4 +1,4 @@
-// Times what needs no pictures, the product and its peers by turns: the checksums, and the heap.
+// Times the stages that need no pictures, the checksums and the heap; product and peers alternate.
 //
 //   CompareLoops checksums|heap ROUNDS SECONDS
 //
@@ -32,7 +32,7 @@ uint32_t AdlerByZlib(const uint8_t* data, std::size_t length) {
 
 void CompareChecksum(const std::string& stage, std::size_t size, const Effort& effort,
                      Checksum ours, Checksum byZlib, Checksum byLibdeflate) {
-  const std::size_t repeats = (std::size_t{16} << 20) / size;  // the same bytes, so from a cache
+  const std::size_t repeats = (std::size_t{16} << 20) / size;  // of the same bytes: from a cache
   Bytes data(size);
   std::mt19937 random(3);
   for (uint8_t& byte : data) byte = static_cast<uint8_t>(random());
@@ -47,7 +47,7 @@ void CompareChecksum(const std::string& stage, std::size_t size, const Effort& e
   std::vector<Method> methods = {{"Halomend", {}, repeated(ours)},
                                  {"zlib", {}, repeated(byZlib)},
                                  {"libdeflate", {}, repeated(byLibdeflate)}};
-  MeasureByTurns(methods, effort);
+  MeasureAlternately(methods, effort);
   const std::string item = std::to_string(size >> 10) + " KiB";
   for (const Method& method : methods) Report(stage, item, method, 0, size * repeats);
 }
@@ -70,7 +70,7 @@ void CompareChecksums(const Effort& effort) {
   }
 }
 
-// An allocator with a lock around each call, as the product's heap has one.
+// An allocator with a lock around each call, like the product's heap.
 template <typename Allocator>
 struct Locked {
   Allocator allocator;
@@ -94,7 +94,7 @@ struct Glibc {
   void Free(void* block) { std::free(block); }
 };
 
-// Only where it is installed, and loaded by hand: linked, it would take the place of malloc.
+// Loaded by hand, where it is installed: if it were linked, it would replace malloc.
 struct Mimalloc {
   void* library = dlopen("libmimalloc.so.2", RTLD_NOW | RTLD_LOCAL);
   void* (*allocate)(std::size_t) = nullptr;
@@ -123,7 +123,7 @@ void CompareHeap(const Effort& effort) {
   add("glibc", glibc);
   add("glibc under a mutex", lockedGlibc);
   if (mimalloc.allocator.allocate != nullptr) add("mimalloc under a mutex", mimalloc);
-  MeasureByTurns(methods, effort);
+  MeasureAlternately(methods, effort);
   for (const Method& method : methods) {
     Report("heap", "trace", method, 0, HeapTrace::kPairs);
   }

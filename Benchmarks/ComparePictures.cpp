@@ -1,4 +1,4 @@
-// Times one stage on pictures, the product and its peers by turns, and compares what they make.
+// Times one stage on pictures, product and peers alternating, and compares their results.
 //
 //   ComparePictures decode|inflate|deflate|repair ROUNDS SECONDS PNG...
 //
@@ -32,7 +32,7 @@ void CompareDecode(const std::string& path, const Bytes& file, const Effort& eff
       {"Halomend", {}, [&] { DecodeInto(ours.emplace(), file); }},
       {"libpng and zlib", {}, [&] { plain = baseline::Decode(file); }},
       {"libdeflate and SSE2", {}, [&] { best = best_known::Decode(file); }}};
-  MeasureByTurns(methods, effort);
+  MeasureAlternately(methods, effort);
   Demand(PictureOf(*ours) == plain && best == plain, "the decoders differ");
   for (const Method& method : methods) Report("decode", path, method, 0, plain.pixels.size);
 }
@@ -62,14 +62,14 @@ void CompareInflate(const std::string& path, const Bytes& file, const Effort& ef
   std::vector<Method> methods = {{"Halomend", {}, [&] { InflateInto(raw[0], zlib); }},
                                  {"zlib", {}, [&] { InflateByZlib(raw[1], zlib); }},
                                  {"libdeflate", {}, [&] { InflateByLibdeflate(raw[2], zlib); }}};
-  MeasureByTurns(methods, effort);
+  MeasureAlternately(methods, effort);
   Demand(std::equal(raw[0].begin(), raw[0].end(), raw[1].begin()) &&
              std::equal(raw[2].begin(), raw[2].end(), raw[1].begin()),
          "the inflaters differ");
   for (const Method& method : methods) Report("inflate", path, method, raw[0].size, raw[0].size);
 }
 
-// Both return the size of the raw deflate stream, level 9, in `out`, which has room for it.
+// Both write a raw deflate stream of level 9 to `out`, which has room for it, and return its size.
 std::size_t DeflateByZlib(Bytes& out, const Bytes& raw) {
   z_stream stream = {};
   constexpr int kRawWindowBits = -15;
@@ -92,8 +92,7 @@ std::size_t DeflateByLibdeflate(Bytes& out, const Bytes& raw) {
                                      out.size);
 }
 
-// By an inflater that is not ours, in the middle of a run that judges speed: a wrong fast encoder
-// is not to look good.
+// Uses an inflater that is not ours, so that an encoder that is fast and wrong is found.
 void DemandInflatesTo(const Bytes& raw, const uint8_t* stream, std::size_t size) {
   const Decompressor decompressor(libdeflate_alloc_decompressor(), libdeflate_free_decompressor);
   Bytes out(raw.size);
@@ -103,7 +102,7 @@ void DemandInflatesTo(const Bytes& raw, const uint8_t* stream, std::size_t size)
          "a deflate stream is wrong");
 }
 
-// Of the image data that is compressed in a whole run: repaired, without row filters.
+// On the image data that a whole run compresses: repaired, without row filters.
 void CompareDeflate(const std::string& path, const Bytes& file, const Effort& effort) {
   Picture picture = best_known::Decode(file);
   best_known::Repair(picture);
@@ -116,7 +115,7 @@ void CompareDeflate(const std::string& path, const Bytes& file, const Effort& ef
       {"Halomend", {}, [&] { DeflateInto(ours.emplace(), raw); }},
       {"zlib", {}, [&] { sizes[1] = DeflateByZlib(out[0], raw); }},
       {"libdeflate", {}, [&] { sizes[2] = DeflateByLibdeflate(out[1], raw); }}};
-  MeasureByTurns(methods, effort);
+  MeasureAlternately(methods, effort);
   sizes[0] = static_cast<std::size_t>(ours->GetSize());
   DemandInflatesTo(raw, ours->GetData(), sizes[0]);
   DemandInflatesTo(raw, out[0].begin(), sizes[1]);
@@ -140,7 +139,7 @@ void CompareRepair(const std::string& stage, const std::string& path, const Pict
                                   [&] { repaired = baseline::Repair(pictures[0]); }},
                                  {"sensible repair", [&] { restore(pictures[1]); },
                                   [&] { KeepResult(best_known::Repair(pictures[1])); }}};
-  MeasureByTurns(methods, effort);
+  MeasureAlternately(methods, effort);
   Demand(
       isChanged == (repaired > 0) && PictureOf(ours) == pictures[0] && pictures[1] == pictures[0],
       "the repairs differ");
@@ -161,8 +160,8 @@ void CompareOne(const std::string& stage, const std::string& path, const Effort&
 
 int main(int argc, char** argv) {
   if (argc < 4) return 2;
-  // The product's heap keeps what it was given once; so that new pages cost the peers no more in
-  // later rounds than they cost the product, their allocator is to keep it as well.
+  // The product's heap keeps its memory. The peers' allocator must keep it too, or they would pay
+  // for new pages in each round.
   mallopt(M_MMAP_MAX, 0);
   mallopt(M_TRIM_THRESHOLD, 1 << 30);
   mallopt(M_TOP_PAD, 1 << 26);

@@ -1,4 +1,4 @@
-// Pictures made by seeded generators: the same ones on every machine.
+// Pictures from seeded generators, the same on every machine.
 #pragma once
 
 #include <string>

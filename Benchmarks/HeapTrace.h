@@ -13,8 +13,8 @@ struct ProductHeap {
   void Free(void* block) { HeapFree(block); }
 };
 
-// Frees a block and allocates another, a million times, with ten thousand blocks of 16 to 4096
-// bytes in use. Fill comes first; Run frees everything at its end.
+// A million times, frees a block and allocates another, with ten thousand blocks of 16 to 4096
+// bytes in use. Fill is called first; Run frees everything at its end.
 class HeapTrace {
  public:
   static constexpr uint32_t kPairs = 1000000;
@@ -46,7 +46,7 @@ class HeapTrace {
 
   uint32_t RandomSize() { return 16 + static_cast<uint32_t>(random_()) % (4096 - 16 + 1); }
 
-  // The first bytes are written, as a user would.
+  // Writes to the block, as any user of it does.
   template <typename Allocator>
   static void* Allocate(Allocator& allocator, uint32_t size) {
     void* block = allocator.Allocate(size);

@@ -1,4 +1,4 @@
-// The least that a process does, statically linked: nothing of C++ gets into it.
+// The smallest process for comparison: statically linked, and C only.
 #include <stdio.h>
 
 int main() { puts("hello"); }

@@ -1,4 +1,4 @@
-// Times methods by turns and prints the results in lines that Benchmarks/compare reads.
+// Times methods alternately and prints the results in lines that Benchmarks/compare reads.
 #pragma once
 
 #include <algorithm>
@@ -21,10 +21,10 @@ struct Effort {
   double maxSeconds;
 };
 
-// Runs the methods by turns (A B C A B C ...), so that a slow moment of the machine meets them
-// alike, and keeps the shortest run of each. Short jobs get more rounds than asked for; no round
-// begins when `effort.maxSeconds` are over.
-inline void MeasureByTurns(std::vector<Method>& methods, const Effort& effort) {
+// Runs the methods alternately (A B C A B C ...), so that a slow moment of the machine affects all
+// of them, and keeps the shortest run of each. Short jobs get more rounds than asked for; no round
+// begins after `effort.maxSeconds`.
+inline void MeasureAlternately(std::vector<Method>& methods, const Effort& effort) {
   using Clock = std::chrono::steady_clock;
   using Seconds = std::chrono::duration<double>;
   constexpr double kMinSeconds = 0.1;
@@ -42,8 +42,8 @@ inline void MeasureByTurns(std::vector<Method>& methods, const Effort& effort) {
   }
 }
 
-// A line: stage, picture or size, method, seconds, bytes put out, units of work (bytes, pixels or
-// calls) that the seconds went to.
+// Prints a line: stage, picture or size, method, seconds, bytes of output, and the units of work
+// (bytes, pixels or calls) done in these seconds.
 inline void Report(const std::string& stage, const std::string& item, const Method& method,
                    std::size_t outputSize, std::size_t units) {
   std::printf("%s\t%s\t%s\t%.9f\t%zu\t%zu\n", stage.c_str(), item.c_str(), method.name.c_str(),
@@ -51,7 +51,7 @@ inline void Report(const std::string& stage, const std::string& item, const Meth
   std::fflush(stdout);
 }
 
-// Keeps a compiler from dropping work whose result is not used.
+// Stops the compiler from removing work whose result is not used.
 template <typename Value>
 void KeepResult(const Value& value) {
   asm volatile("" : : "r,m"(value) : "memory");

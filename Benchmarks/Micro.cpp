@@ -1,9 +1,9 @@
-// Google Benchmark on each stage of the product. A name spells stage, data set and size, such as
-// Deflate/Sprite/1MB; the size is that of the pixels. The rate is of pixel bytes too.
+// Google Benchmark on each stage of the product. A name holds stage, data set and size, such as
+// Deflate/Sprite/1MB. The size is that of the pixels, and the rate counts their bytes.
 //
 //   Micro --benchmark_filter='^Deflate/'      and all other switches of Google Benchmark
 //
-// The data sets are generated, and Samples/star.png; also some real pictures where ./bench has
+// The data sets are generated pictures, Samples/star.png, and some real pictures where ./bench has
 // fetched them.
 #include <benchmark/benchmark.h>
 
@@ -21,7 +21,7 @@
 
 namespace {
 
-// What the stages need of one picture.
+// One picture in every form that a stage takes.
 struct Subject {
   explicit Subject(const Picture& original, Bytes pngFile)
       : picture(original.width, original.height), file(std::move(pngFile)) {
@@ -37,7 +37,7 @@ struct Subject {
   Picture picture;
   Bytes file;       // as PNG, with row filters
   Bytes zlib;       // the stream in it
-  Bytes imageData;  // room for what the stream holds
+  Bytes imageData;  // room for the decompressed stream
   Bytes rawImage;   // repaired, without filters
   Bitmap bitmap;    // repaired
 };

@@ -1,12 +1,12 @@
-// Runs programs by turns and measures each run from its start to its exit.
+// Runs programs alternately and measures each run from its start to its exit.
 //
 //   Spawn ROUNDS SECONDS PROGRAM ARGUMENT... [-- PROGRAM ARGUMENT...]...
 //
-// Each round runs each program once. Short programs get more rounds than the ROUNDS asked for, and
-// no round begins when SECONDS have gone by. Then it prints a line for each program: its shortest
-// run in seconds, the most memory that it held in KiB, and its last exit status.
+// Each round runs each program once. Short programs get more rounds than ROUNDS, and no round
+// begins after SECONDS. Then one line for each program is printed: its shortest run in seconds, the
+// most memory that it held in KiB, and its last exit status.
 //
-// A child's memory counts from what its parent held when it started, so this parent is small: no
+// The system counts a child's memory from its parent's when it starts, so this parent is small: no
 // iostream, and linked statically.
 #include <fcntl.h>
 #include <spawn.h>

@@ -21,15 +21,14 @@ inline Core::MemoryStream StreamOf(const Bytes& bytes) {
   return {bytes.begin(), static_cast<uint32_t>(bytes.size)};
 }
 
-// Decompresses a zlib stream, Adler-32 included, into `raw`, which has its size already.
+// Decompresses a zlib stream and tests its Adler-32. `raw` already has the right size.
 inline void InflateInto(Bytes& raw, const Bytes& zlib) {
   Core::MemoryStream source = StreamOf(zlib);
   Inflater inflater(&source);
   const int32_t size = static_cast<int32_t>(raw.size);
   int32_t obtained = 0;
-  Demand(inflater.SetFormat(kZlib) && inflater.RunInto(raw.begin(), size, obtained) &&
-             obtained == size,
-         "inflate failed");
+  inflater.SetFormat(kZlib);
+  Demand(inflater.RunInto(raw.begin(), size, obtained) && obtained == size, "inflate failed");
 }
 
 // Compresses to a raw deflate stream.

@@ -28,7 +28,7 @@ void AppendOutput(png_structp png, png_bytep bytes, std::size_t count) {
   output->insert(output->end(), bytes, bytes + count);
 }
 
-// libpng's two objects, freed also when an error is thrown through its frames.
+// libpng's two objects. They are freed also when an error is thrown through libpng's frames.
 struct Reader {
   png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
   png_infop info = png_create_info_struct(png);

@@ -7,7 +7,7 @@
 namespace best_known {
 namespace {
 
-// A byte of state for each pixel and for a frame around the picture, which spares the bounds.
+// A byte of state for each pixel and for a frame around the picture, so that no bounds are tested.
 constexpr uint8_t kKnown = 1;
 constexpr uint8_t kQueued = 2;
 
@@ -31,7 +31,7 @@ class Repairer {
       }
     }
     // sum * factor >> 16 is sum / count for every sum of up to 8 bytes: the factor is too large by
-    // less than 1, so the product by less than 2040 of 65536, which is below 1 / count.
+    // at most 1, so the product by at most 2040, and 2040 / 65536 is below 1 / count.
     for (uint32_t count = 1; count <= 8; ++count) factors_[count] = 65536 / count + 1;
   }
 
@@ -73,7 +73,7 @@ class Repairer {
 
   void Seed() {
     const auto three = [this](uint32_t state) {
-      uint32_t bytes;  // the fourth does not count
+      uint32_t bytes;  // the fourth is not used
       std::memcpy(&bytes, &states_[state], sizeof bytes);
       return bytes;
     };

@@ -1,5 +1,5 @@
-// A peer of the tool as a program: PEER IN.png OUT.png does what the tool does. HALOMEND_PEER is
-// the namespace with its parts.
+// A peer as a program: PEER IN.png OUT.png does the tool's job. HALOMEND_PEER is the namespace with
+// its parts.
 #include <exception>
 
 #include "Benchmarks/Peers/Baseline.h"

@@ -1,4 +1,4 @@
-// What the peers work on: bytes, and a picture of 8-bit red, green, blue and alpha.
+// The peers' data: bytes, and a picture of 8-bit red, green, blue and alpha.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-// Memory that starts undefined: clearing it first would only cost the peers time.
+// Uninitialised memory: clearing it would only cost the peers time.
 template <typename Item>
 struct Buffer {
   Buffer() = default;
