@@ -2,50 +2,26 @@
 
 #include <algorithm>
 
-#include "Compression/CpuFeatures.h"
-
 #if defined(__SSE2__)
-#include <immintrin.h>
+#include <emmintrin.h>
 #endif
 
 namespace {
 
 constexpr uint32_t kModulus = 65521;  // the largest prime below 2^16
 
-// So many take the upper sum to 2^32 at the most.
-constexpr std::size_t kBytesPerReduction = 4096;
+// The bytes after which the sums are reduced. Sums of 32 bits would allow 5552; 4096 are whole
+// blocks, and as many as the lanes below can hold.
+constexpr std::size_t kMaxRun = 4096;
 
-// The two sums, in 64 bits: a loop over blocks adds to them in large pieces.
 struct Sums {
-  uint64_t a;
-  uint64_t b;
-
-  void Reduce() {
-    a %= kModulus;
-    b %= kModulus;
-  }
+  uint32_t a;  // 1 and all bytes
+  uint32_t b;  // all values that `a` had
 };
 
 #if defined(__SSE2__)
 
-// Both loops take a block of 32 bytes x[0] to x[31] at a time. It adds to the sums
-//
-//   a += x[0] + ... + x[31]
-//   b += 32 * a + 32 * x[0] + 31 * x[1] + ... + 1 * x[31], with a as it was before
-//
-// so they gather three things in 32-bit lanes: the bytes; the sum of `a` before each block, where
-// the part of `a` from before the loop is left out and added at the end; and the weighted bytes.
-// With 128 blocks no lane overflows: the bytes come to 2^20, the sums of them to 2^27, the weighted
-// bytes to 2^25.
-constexpr int32_t kBlockSize = 32;
-constexpr int32_t kMaxBlocks = 128;
-
-void AddGathered(Sums& sums, uint32_t bytes, uint32_t earlier, uint32_t weighted, int32_t blocks) {
-  sums.b += sums.a * static_cast<uint32_t>(blocks * kBlockSize) + uint64_t{earlier} * kBlockSize +
-            weighted;
-  sums.a += bytes;
-  sums.Reduce();
-}
+constexpr std::size_t kBlockSize = 32;
 
 uint32_t SumOfLanes(__m128i lanes) {
   lanes = _mm_add_epi32(lanes, _mm_shuffle_epi32(lanes, 0x4E));
@@ -53,14 +29,22 @@ uint32_t SumOfLanes(__m128i lanes) {
   return static_cast<uint32_t>(_mm_cvtsi128_si32(lanes));
 }
 
-// The weights come last: the bytes at each of the 32 places are summed in 16 bits first, which 128
-// blocks fill up to 32,640, so that they are good as signed numbers too.
-void AddBlocks(Sums& sums, const uint8_t* data, int32_t blocks) {
+// Adds blocks of 32 bytes x[0] to x[31]. Each block means
+//
+//   b += 32 * a + 32 * x[0] + 31 * x[1] + ... + 1 * x[31], with `a` as it was before the block
+//   a += x[0] + ... + x[31]
+//
+// so the loop gathers three things: the bytes; the sum of `a` before each block, without the value
+// that `a` had before the loop, which is added at the end; and the sum of the bytes at each of the
+// 32 places of a block, which is multiplied by the weights once, at the end. The latter has 16-bit
+// lanes: 128 blocks fill them up to 32,640, so they are good as signed numbers too. All other sums
+// stay below 2^32: b becomes at most 2^16 + 2^12 * 2^16 + 2^5 * 2^26 + 2^25.
+void AddBlocks(Sums& sums, const uint8_t* data, std::size_t blocks) {
   const __m128i zero = _mm_setzero_si128();
   __m128i bytes = zero;
   __m128i earlier = zero;
   __m128i places[4] = {zero, zero, zero, zero};
-  for (int32_t i = 0; i < blocks; ++i, data += kBlockSize) {
+  for (std::size_t i = 0; i < blocks; ++i, data += kBlockSize) {
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data));
     const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + 16));
     earlier = _mm_add_epi32(earlier, bytes);
@@ -76,68 +60,38 @@ void AddBlocks(Sums& sums, const uint8_t* data, int32_t blocks) {
     weighted = _mm_add_epi32(weighted, _mm_madd_epi16(place, weights));
     weights = _mm_sub_epi16(weights, _mm_set1_epi16(8));
   }
-  AddGathered(sums, SumOfLanes(bytes), SumOfLanes(earlier), SumOfLanes(weighted), blocks);
+  sums.b += kBlockSize * (sums.a * static_cast<uint32_t>(blocks) + SumOfLanes(earlier)) +
+            SumOfLanes(weighted);
+  sums.a += SumOfLanes(bytes);
 }
-
-#define HALOMEND_AVX2 __attribute__((target("avx2")))
-
-HALOMEND_AVX2 inline uint32_t SumOfLanes(__m256i lanes) {
-  return SumOfLanes(
-      _mm_add_epi32(_mm256_castsi256_si128(lanes), _mm256_extracti128_si256(lanes, 1)));
-}
-
-// A product of a byte and a weight and another one fit 16 bits with sign: 255 * (32 + 31).
-HALOMEND_AVX2 void AddBlocksByAvx2(Sums& sums, const uint8_t* data, int32_t blocks) {
-  const __m256i zero = _mm256_setzero_si256();
-  const __m256i ones = _mm256_set1_epi16(1);
-  const __m256i weights =
-      _mm256_set_epi8(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22,
-                      23, 24, 25, 26, 27, 28, 29, 30, 31, 32);
-  __m256i bytes = zero;
-  __m256i earlier = zero;
-  __m256i weighted = zero;
-  for (int32_t i = 0; i < blocks; ++i, data += kBlockSize) {
-    const __m256i block = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(data));
-    earlier = _mm256_add_epi32(earlier, bytes);
-    bytes = _mm256_add_epi32(bytes, _mm256_sad_epu8(block, zero));
-    const __m256i pairs = _mm256_maddubs_epi16(block, weights);
-    weighted = _mm256_add_epi32(weighted, _mm256_madd_epi16(pairs, ones));
-  }
-  AddGathered(sums, SumOfLanes(bytes), SumOfLanes(earlier), SumOfLanes(weighted), blocks);
-}
-
-// Takes as many bytes as make whole blocks.
-void AddWholeBlocks(Sums& sums, const uint8_t*& data, std::size_t& length) {
-  const auto addBlocks = CpuFeatures::For(length).hasAvx2 ? AddBlocksByAvx2 : AddBlocks;
-  while (length >= kBlockSize) {
-    const auto blocks =
-        static_cast<int32_t>(std::min<std::size_t>(length / kBlockSize, kMaxBlocks));
-    addBlocks(sums, data, blocks);
-    data += int64_t{blocks} * kBlockSize;
-    length -= static_cast<std::size_t>(blocks) * kBlockSize;
-  }
-}
-
-#else
-
-void AddWholeBlocks(Sums&, const uint8_t*&, std::size_t&) {}
 
 #endif
+
+// Requires: length <= kMaxRun.
+void AddRun(Sums& sums, const uint8_t* data, std::size_t length) {
+#if defined(__SSE2__)
+  const std::size_t inBlocks = length / kBlockSize * kBlockSize;
+  AddBlocks(sums, data, length / kBlockSize);
+  data += inBlocks;
+  length -= inBlocks;
+#endif
+  for (; length > 0; --length) {
+    sums.a += *data++;
+    sums.b += sums.a;
+  }
+}
 
 }  // namespace
 
 uint32_t Adler32(const uint8_t* data, std::size_t length, uint32_t previous) {
   Sums sums = {previous & 0xFFFF, previous >> 16};
-  AddWholeBlocks(sums, data, length);
-  while (length > 0) {
-    const std::size_t run = std::min(length, kBytesPerReduction);
-    for (std::size_t i = 0; i < run; ++i) {
-      sums.a += data[i];
-      sums.b += sums.a;
-    }
-    sums.Reduce();
+  do {
+    const std::size_t run = std::min(length, kMaxRun);
+    AddRun(sums, data, run);
+    sums.a %= kModulus;
+    sums.b %= kModulus;
     data += run;
     length -= run;
-  }
-  return static_cast<uint32_t>(sums.b << 16 | sums.a);
+  } while (length > 0);  // at least once: the result is reduced even without a byte
+  return sums.b << 16 | sums.a;
 }

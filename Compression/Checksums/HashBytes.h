@@ -20,7 +20,7 @@ constexpr uint32_t Mix(uint32_t hash, uint32_t word) {
   return std::rotl(hash ^ word, 11) * 5 - kSeed;
 }
 
-// Deliberate: the length took part in Start alone.
+// Deliberate: the length is not mixed in again, as many hashes do at the end; Start has done it.
 constexpr uint32_t Finish(uint32_t hash) {
   hash = (hash ^ hash >> 16) * kLengthFactor;
   hash = (hash ^ hash >> 13) * 0x3A69102Fu;

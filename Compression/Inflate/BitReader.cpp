@@ -11,10 +11,9 @@ bool BitReader::Read32(uint32_t& value) {
   return true;
 }
 
-// Takes bytes out of the buffer until `count` bits are held. False: there are too few.
+// Adds bytes from the buffer until `count` bits are held. False: there are too few.
 bool BitReader::HoldBits(int32_t count) {
-  if (cursor_.BytesLeft() < kTopUpBelow && !isToppedUp_) TopUp();
-  isToppedUp_ = false;
+  if (cursor_.BytesLeft() < kTopUpBelow) TopUp();
   while (cursor_.bitCount < count) {
     if (cursor_.next == cursor_.end) return false;
     cursor_.AddByte();
@@ -22,7 +21,7 @@ bool BitReader::HoldBits(int32_t count) {
   return true;
 }
 
-// Moves what is left to the buffer's start and fills the rest with one read of the source.
+// Moves the bytes left to the buffer's start and fills the rest with one read of the source.
 void BitReader::TopUp() {
   const int32_t left = cursor_.BytesLeft();
   if (left > 0) std::memmove(buffer_, cursor_.next, static_cast<std::size_t>(left));

@@ -10,18 +10,18 @@ namespace {
 
 constexpr int32_t kMaxLengthCount = kLiteralLengthSymbols + kDistanceSymbols;
 
-// So the counts of a dynamic header, whatever they are, fit the alphabets.
+// Any counts that a dynamic header can hold fit the alphabets.
 static_assert(kMinLiteralLengthCount + (1 << kLiteralLengthCountBits) - 1 == kLiteralLengthSymbols);
 static_assert(kMinDistanceCount + (1 << kDistanceCountBits) - 1 == kDistanceSymbols);
 static_assert(kMinCodeLengthCount + (1 << kCodeLengthCountBits) - 1 == kCodeLengthSymbols);
 
-// A symbol is decoded from the buffer alone when this many bytes are there. It takes at most 48
-// bits: 15 of a length's code, 5 extra, 15 of a distance's code, 13 extra.
+// With this many bytes in the buffer a symbol is decoded without a call of the stream. It takes at
+// most 48 bits: 15 for a length's code, 5 extra, 15 for a distance's code, 13 extra.
 constexpr int32_t kBytesPerSymbol = 6;
 
 }  // namespace
 
-// Takes symbols out of the buffer with the direct tables. Requires: kBytesPerSymbol bytes are left
+// Takes symbols from the buffer with the decoding tables. Requires: kBytesPerSymbol bytes are left
 // at the start of each symbol.
 class BlockDecoder::DirectBits {
  public:
@@ -36,18 +36,19 @@ class BlockDecoder::DirectBits {
     return entry;
   }
 
+  // Refills for 0 bits too: a later read near the end of the input depends on what is held.
   int32_t ReadExtra(int32_t count) {
     Refill();
     return static_cast<int32_t>(cursor_.Take(count));
   }
 
-  // After symbol 0: whether it consumed nothing, as it does when it has no code and stands for a
-  // pattern without one. It will be read again and again.
+  // Asked after symbol 0. True when it consumed no bit, as it stands for a pattern without a code
+  // and has none itself: it would be read for ever.
   bool IsStuck(DecodeEntry last, const HuffmanDecodeTable&) const { return last.CodeBits() == 0; }
 
  private:
-  // Enough for any code or extra bits. Two bytes at a time may come to eight for one symbol, where
-  // only six are sure to be there: only bytes that exist are added, and six are enough.
+  // Holds enough for any code or extra bits. One symbol may add two bytes four times, and only six
+  // bytes are certain to be left: so this adds only bytes that exist, and six are enough.
   void Refill() {
     constexpr int32_t kWanted = 16;
     if (cursor_.bitCount >= kWanted) return;
@@ -57,21 +58,21 @@ class BlockDecoder::DirectBits {
   BitCursor cursor_;
 };
 
-// Reads symbols bit by bit through the reader, which fetches more input as needed.
+// Reads symbols through the reader, which fetches more input when it is needed.
 class BlockDecoder::CarefulBits {
  public:
   explicit CarefulBits(BitReader& reader) : reader_(reader) {}
 
   DecodeEntry ReadSymbol(HuffmanDecodeTable& table) { return table.ReadCarefully(reader_); }
 
-  // Deliberate: -1 where the input ends within the bits, and the match is one byte shorter or
-  // nearer. The stream's end is noticed at its next distance, or by its missing trailer.
+  // Deliberate: -1 where the input ends within the bits; the match is then one byte shorter or
+  // nearer. The end of the stream is noticed at the next distance, or by the missing trailer.
   int32_t ReadExtra(int32_t count) {
     uint32_t value = 0;
     return reader_.ReadBits(count, value) ? static_cast<int32_t>(value) : -1;
   }
 
-  // Whether no further symbol can be read, now or later.
+  // True when no further symbol can be read, now or later.
   bool IsStuck(DecodeEntry, const HuffmanDecodeTable& table) const {
     return reader_.IsExhausted(table.MinLength());
   }
@@ -80,9 +81,9 @@ class BlockDecoder::CarefulBits {
   BitReader& reader_;
 };
 
-// Deliberate: what is no symbol is put too, as the byte 0xFF: a stream that ends within a
-// compressed block goes on with such bytes until the output's limit ends it. A pattern without a
-// code is symbol 0, here and in distances.
+// Deliberate: where the input has ended the byte 0xFF is put. So a stream that ends within a
+// compressed block goes on with such bytes until the limit of the output ends it. A pattern without
+// a code is symbol 0, here and in distances.
 template <typename Bits>
 inline BlockDecoder::SymbolOutcome BlockDecoder::PutByte(Bits& bits, DecodeEntry entry) {
   const bool isMissing = entry.IsSpecial(DecodeEntry::kInputEnd);
@@ -94,7 +95,7 @@ inline BlockDecoder::SymbolOutcome BlockDecoder::PutByte(Bits& bits, DecodeEntry
   return SymbolOutcome::kContinue;
 }
 
-// What one symbol means, however its bits are read.
+// Decodes one symbol and does what it means, however its bits are read.
 template <typename Bits>
 inline BlockDecoder::SymbolOutcome BlockDecoder::DecodeSymbol(Bits& bits, int32_t& budget) {
   const DecodeEntry entry = bits.ReadSymbol(literals_);
@@ -118,9 +119,9 @@ inline BlockDecoder::SymbolOutcome BlockDecoder::DecodeSymbol(Bits& bits, int32_
   return SymbolOutcome::kContinue;
 }
 
-// Symbols for which the bytes are there, so that nothing asks the source or tests for the end of
-// the input. After the fast loop at least one, which it may have left; the others where it cannot
-// work.
+// Decodes symbols whose bytes are in the buffer, so that nothing calls the stream or tests for the
+// end of the input. At least one after the fast loop, which may have left it; more where the fast
+// loop has too little input.
 BlockDecoder::SymbolOutcome BlockDecoder::DecodeBuffered(int32_t& budget) {
   BitCursor cursor = reader_.Cursor();
   if (cursor.BytesLeft() >= kFastInput && budget > 2) {
@@ -157,7 +158,8 @@ void BlockDecoder::UseFixedTables() {
   distances_.UseFixedDistances();
 }
 
-// Code lengths as they come: plain ones, and repeats, which cross from one alphabet into the other.
+// The code lengths of a dynamic header: plain ones and repeats, which may cross from the
+// literal/length alphabet into the distances.
 struct BlockDecoder::CodeLengths {
   std::array<uint8_t, kMaxLengthCount> of = {};
   int32_t count = 0;
@@ -167,7 +169,7 @@ struct BlockDecoder::CodeLengths {
 
   bool IsFull() const { return filled == count; }
 
-  // Takes one symbol with its extra bits. False: it would go beyond `count`.
+  // Adds what one symbol with its extra bits stands for. False: it would pass `count`.
   bool Add(uint32_t symbol, uint32_t extra) {
     if (symbol < kRepeatPreviousLength) {
       of[filled++] = previous = static_cast<uint8_t>(symbol);
@@ -203,7 +205,7 @@ bool BlockDecoder::ReadDynamicTables() {
     codeLengthLengths[kCodeLengthOrder[i]] = static_cast<uint8_t>(length);
   }
 
-  // The code of the lengths borrows the table that the lengths themselves fill last.
+  // The code of the lengths uses the table of the distances, which is filled last.
   HuffmanDecodeTable& codeLengthCode = distances_;
   CodeLengths lengths;
   lengths.count = literalCount + distanceCount;
@@ -213,8 +215,8 @@ bool BlockDecoder::ReadDynamicTables() {
          distances_.Build(lengths.of.data() + literalCount, distanceCount, kDistanceMeanings);
 }
 
-// In turns: from the buffer while it is far from its end and nothing is special, and then one
-// symbol carefully.
+// Alternates between two ways: from the buffer as long as it holds plenty and entries are not
+// special, then one symbol carefully.
 bool BlockDecoder::ReadCodeLengths(HuffmanDecodeTable& code, CodeLengths& lengths) {
   const HuffmanDecodeTable::View view = code.Entries();
   while (true) {

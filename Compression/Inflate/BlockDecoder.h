@@ -1,7 +1,7 @@
 // The content of deflate blocks: their code tables, their symbols, and stored bytes.
 //
-// Works in portions: the decoding calls take a budget of output bytes and come back when it is used
-// up, in the middle of a block if need be.
+// Works in portions: a decoding call takes a budget of output bytes and returns when it is used up,
+// also in the middle of a block.
 #pragma once
 
 #include <cstdint>
@@ -17,14 +17,15 @@ class BlockDecoder {
   // Both are borrowed.
   BlockDecoder(BitReader& reader, InflateWindow& window) : reader_(reader), window_(window) {}
 
-  // Some damaged streams produce bytes for ever without consuming a bit. Left alone they are ended
-  // by whoever limits the output; after this call DecodeSymbols fails as soon as it meets one.
+  // A damaged stream may produce bytes for ever without consuming a bit. After this call
+  // DecodeSymbols fails as soon as it meets such a stream; without it the caller limits the output.
   void RefuseEndlessOutput() { refusesEndlessOutput_ = true; }
 
   // Sets up the codes of a fixed block.
   void UseFixedTables();
 
-  // Reads the codes of a dynamic block. False: the header is malformed or cut short, or no memory.
+  // Reads the codes of a dynamic block. False: the header is malformed or cut short, or there is no
+  // memory.
   [[nodiscard]] bool ReadDynamicTables();
 
   // Decodes symbols while `budget` is above 0, lowering it by the bytes put into the window: a

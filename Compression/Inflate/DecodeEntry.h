@@ -1,11 +1,11 @@
-// What a direct table says about the bits that stand next, in one 32-bit word: how many bits to
-// take, and what they mean.
+// An entry of a decoding table, in one 32-bit word: how many of the next bits to take, and what
+// they mean.
 //
 //   31        16 15 14 13 12 11     8 7 6 5         0
 //   |  value    |  flags    | code   |0 0| all bits  |
 //
-// `code` is the length of the code in bits, and `all bits` that and the extra bits behind it. The
-// value is a literal, the base of a length or a distance, or where a link leads.
+// `code` is the length of the code in bits; `all bits` adds the extra bits that follow the code.
+// The value is a literal, the base of a length or a distance, or the index that a link leads to.
 #pragma once
 
 #include <array>
@@ -17,24 +17,23 @@ class DecodeEntry {
  public:
   enum Flag : uint32_t {
     kLiteral = 1 << 12,
-    kLink = 1 << 13,     // on to a second table, for a code longer than the first one knows
-    kSpecial = 1 << 14,  // nothing for the fast loop: one of the kinds below, or a link
+    kLink = 1 << 13,     // leads to a second table: the code is longer than the first one's index
+    kSpecial = 1 << 14,  // not for the fast loop: one of the kinds below, or a link
     kLong = kLink | kSpecial,
   };
 
-  // The kinds of special entries, as values. An unassigned pattern has symbol 0's code length,
-  // and its value as a literal. The last two stand in no table: they are what a careful read may
-  // come to.
+  // The kinds of special entries, as values. An unassigned pattern has the code length of symbol 0,
+  // and its value as a literal. The last two stand in no table: only ReadCarefully returns them.
   enum Kind : uint32_t { kUnassigned = 0, kBlockEnd, kInvalid, kInputEnd, kNoMemory };
 
-  // Undefined: tables are large, and written before they are read.
+  // Uninitialised: tables are large, and written before they are read.
   // cppcheck-suppress uninitMemberVar
   constexpr DecodeEntry() = default;
   constexpr DecodeEntry(uint32_t value, uint32_t flags, int32_t extraBits)
       : word_(value << kValueShift | flags | static_cast<uint32_t>(extraBits)) {}
   static constexpr DecodeEntry Special(Kind kind) { return {kind, kSpecial, 0}; }
 
-  // The same meaning behind a code of `length` bits.
+  // The same meaning with a code of `length` bits.
   constexpr DecodeEntry WithCode(uint32_t length) const {
     DecodeEntry entry = *this;
     entry.word_ += length << kCodeShift | length;
@@ -48,7 +47,7 @@ class DecodeEntry {
   constexpr uint32_t CodeBits() const { return word_ >> kCodeShift & 15; }
   constexpr int32_t ExtraBits() const { return static_cast<int32_t>(AllBits() - CodeBits()); }
 
-  // The extra bits, which follow the code in `bits`, and the value with them added.
+  // The extra bits, which follow the code in `bits`; and the value plus these.
   constexpr uint32_t ExtraIn(uint64_t bits) const {
     return static_cast<uint32_t>((bits & ((uint64_t{1} << AllBits()) - 1)) >> CodeBits());
   }
@@ -63,7 +62,8 @@ class DecodeEntry {
   uint32_t word_;
 };
 
-// The meanings of the symbols of an alphabet; the codes come with each block.
+// The meanings of the symbols of an alphabet, which are fixed; the codes differ from block to
+// block.
 using DecodeMeanings = std::array<DecodeEntry, kLiteralLengthSymbols>;
 
 constexpr DecodeMeanings MakeLiteralLengthMeanings() {
@@ -89,7 +89,7 @@ constexpr DecodeMeanings MakeDistanceMeanings() {
   return meanings;
 }
 
-// Each symbol stands for itself; those that repeat a length have extra bits.
+// Each symbol stands for itself; the three repeat symbols have extra bits.
 constexpr DecodeMeanings MakeCodeLengthMeanings() {
   DecodeMeanings meanings;
   meanings.fill(DecodeEntry::Special(DecodeEntry::kInvalid));

@@ -1,6 +1,5 @@
 #include "Compression/Inflate/DecodeFast.h"
 
-#include "Compression/CpuFeatures.h"
 #include "Compression/Inflate/MatchCopy.h"
 #include "Core/Endian.h"
 
@@ -9,13 +8,14 @@ namespace {
 constexpr uint32_t kMaxDistanceBits = kMaxCodeLength + kDistanceRanges.back().extraBits;
 constexpr int32_t kTurnInput = 16;  // bytes; see below
 
-// The input as 64 bits at a time, without a look at its end.
+// The input, 64 bits at a time, without a test for its end.
 struct WideBits {
   const uint8_t* next;
-  uint64_t bits;   // what stands above `count` is the beginning of the next byte, or zeros
+  uint64_t bits;   // above `count` stands the beginning of the next byte, or zeros
   uint32_t count;  // how many are held, up to 63
 
-  // At least 56 bits. The bytes that are only partly new are fetched again with the same bits.
+  // Holds at least 56 bits afterwards. A byte that is held in part is fetched again: its bits are
+  // the same.
   void Refill() {
     bits |= Core::LoadLittle64(next) << count;
     next += (63 - count) >> 3;
@@ -32,20 +32,21 @@ struct WideBits {
   }
 };
 
-// Why nothing but speed changes. A symbol that is decoded by itself, with at least 6 bytes left,
-// begins with fetching two bytes when fewer than 16 bits are held; so it holds 16 to 31 then, and
-// which of them follows from its place in the input and from the parity of `next`, which pairs of
-// bytes leave as it is. That state is put together at the end. Symbols that need more care are left
-// alone, and the state is that before them.
+}  // namespace
+
+// Why nothing but speed changes. Decoding symbol by symbol, with at least 6 bytes left, fetches two
+// bytes before a symbol when it holds fewer than 16 bits. So it then holds 16 to 31 bits, and which
+// of these it holds follows from the symbol's place in the input and from the parity of `next`,
+// which pairs of bytes do not change. BitCursor::Skip puts that state together at the end. A symbol
+// that needs more care is left alone, with the state from before it.
 //
-// Why there is input enough. A turn begins with at least 56 bits held and kTurnInput bytes behind
-// them. It fetches words twice, the second one at most 7 bytes on: 15 bytes. It takes at most two
-// literals of 11 bits and a match of 48; so at its end the next symbol stands at most 14 bits
-// beyond the bits held first. With another 31 held from there, 5 of the bytes are taken: more than
-// 6 are left at the start of each symbol, the first one behind the loop included.
-HALOMEND_INLINE void Decode(const HuffmanDecodeTable& lengthTable,
-                            const HuffmanDecodeTable& distanceTable, BitCursor& cursor,
-                            InflateWindow& window, int32_t& budget) {
+// Why there is enough input. A turn of the loop begins with at least 56 bits held and kTurnInput
+// bytes after them. It fetches two words, the second at most 7 bytes after the first: 15 bytes. It
+// takes at most two literals of 11 bits and a match of 48 bits, so the next symbol then begins at
+// most 14 bits after the bits held first. With 31 more bits held from there, 5 of the bytes are
+// taken: more than 6 are left at the start of each symbol, the first one after the loop included.
+void DecodeFast(const HuffmanDecodeTable& lengthTable, const HuffmanDecodeTable& distanceTable,
+                BitCursor& cursor, InflateWindow& window, int32_t& budget) {
   const HuffmanDecodeTable::View lengths = lengthTable.Entries();
   const HuffmanDecodeTable::View distances = distanceTable.Entries();
   const uint8_t* const lastNext = cursor.end - kTurnInput;
@@ -53,7 +54,7 @@ HALOMEND_INLINE void Decode(const HuffmanDecodeTable& lengthTable,
   uint8_t* out = window.Write();
   uint8_t* const lastOut = out + budget - 2;  // two literals may come before the last symbol
   WideBits in = {cursor.next, cursor.bits, static_cast<uint32_t>(cursor.bitCount)};
-  uint32_t undone = 0;  // bits of a symbol that is given up
+  uint32_t undone = 0;  // bits already dropped of a match whose distance needs more care
 
   in.Refill();
   DecodeEntry entry = in.Look(lengths);
@@ -83,7 +84,7 @@ HALOMEND_INLINE void Decode(const HuffmanDecodeTable& lengthTable,
     uint8_t* const end = out + entry.ValueIn(in.bits);
     in.Drop(entry.AllBits());
     undone = entry.AllBits();
-    // Mostly not: this keeps the counting out of the chain from one table to the next.
+    // Rarely: the test is predicted, so the next look-up does not wait for the count of bits.
     if (in.count < kMaxDistanceBits + HuffmanDecodeTable::kMaxIndexBits) in.Refill();
     entry = in.Look(distances);
     if (entry.Has(DecodeEntry::kSpecial)) {
@@ -95,7 +96,7 @@ HALOMEND_INLINE void Decode(const HuffmanDecodeTable& lengthTable,
     if (distance > static_cast<std::size_t>(out - begin)) break;
     in.Drop(entry.AllBits());
     undone = 0;
-    entry = in.Look(lengths);  // early, as the copy does not wait for it
+    entry = in.Look(lengths);  // before the copy, which does not need to wait for it
     in.Refill();
     MatchCopy::CopyWords(out, distance, end);
     out = end;
@@ -106,31 +107,4 @@ HALOMEND_INLINE void Decode(const HuffmanDecodeTable& lengthTable,
   budget -= static_cast<int32_t>(out - window.Write());
   window.SetWrite(out);
   cursor.Skip(taken);
-}
-
-using DecodeForm = decltype(DecodeFast);
-
-void DecodePlain(const HuffmanDecodeTable& lengths, const HuffmanDecodeTable& distances,
-                 BitCursor& cursor, InflateWindow& window, int32_t& budget) {
-  Decode(lengths, distances, cursor, window, budget);
-}
-
-#if defined(__SSE2__)
-// With shifts whose counts stand in any register; some 4 % faster on pictures.
-__attribute__((target("bmi,bmi2"))) void DecodeByBmi2(const HuffmanDecodeTable& lengths,
-                                                      const HuffmanDecodeTable& distances,
-                                                      BitCursor& cursor, InflateWindow& window,
-                                                      int32_t& budget) {
-  Decode(lengths, distances, cursor, window, budget);
-}
-DecodeForm* BestForm() { return CpuFeatures::For(0).hasBmi2 ? DecodeByBmi2 : DecodePlain; }
-#else
-DecodeForm* BestForm() { return DecodePlain; }
-#endif
-
-}  // namespace
-
-void DecodeFast(const HuffmanDecodeTable& literals, const HuffmanDecodeTable& distances,
-                BitCursor& cursor, InflateWindow& window, int32_t& budget) {
-  BestForm()(literals, distances, cursor, window, budget);
 }

@@ -7,13 +7,13 @@
 #include "Compression/Inflate/HuffmanDecodeTable.h"
 #include "Compression/Inflate/InflateWindow.h"
 
-// With less buffered input, in bytes, the loop does nothing.
+// The loop does nothing with fewer bytes of buffered input.
 constexpr int32_t kFastInput = 24;
 
-// Decodes symbols while plenty of input and budget is left, up to the first one that is not a plain
-// literal or match. What it leaves is what decoding each symbol by itself would have left, except
-// that `cursor` may already hold the bits that the next symbol would begin with fetching.
-// Requires: cursor.bitCount <= 31, InflateWindow::MakeRoom came first, and `budget` is at most
-// InflateWindow::kMaxPending less what is pending.
-void DecodeFast(const HuffmanDecodeTable& literals, const HuffmanDecodeTable& distances,
+// Decodes symbols while plenty of input and budget is left, up to the first that is not a plain
+// literal or match. It leaves the state that decoding each symbol by itself would have left, except
+// that `cursor` may already hold the bits that the next symbol would fetch first.
+// Requires: cursor.bitCount <= 31, InflateWindow::MakeRoom came first, and `budget` plus the
+// pending bytes is at most InflateWindow::kMaxPending.
+void DecodeFast(const HuffmanDecodeTable& lengthTable, const HuffmanDecodeTable& distanceTable,
                 BitCursor& cursor, InflateWindow& window, int32_t& budget);

@@ -9,8 +9,8 @@
 
 namespace {
 
-// How many codes there are of each length. Counted, and later sorted, in two halves of the alphabet
-// at once: neighbours often have the same length, and one by one each would wait for the other.
+// The number of codes of each length. The two halves of the alphabet are counted and sorted side by
+// side: neighbours often have the same length, so one loop over all would wait for its own stores.
 struct Counts {
   using ByLength = std::array<uint16_t, kMaxCodeLength + 1>;
 
@@ -46,17 +46,16 @@ struct Counts {
     return length;
   }
 
-  // The codes of kMaxCodeLength bits that are left over; negative: there are not enough codes.
-  constexpr int32_t Unused() const {
-    int32_t left = 1 << kMaxCodeLength;
+  constexpr bool IsOverSubscribed() const {
+    int32_t left = 1 << kMaxCodeLength;  // codes of kMaxCodeLength bits
     for (int32_t length = 1; length <= kMaxCodeLength; ++length) {
       left -= of[length] << (kMaxCodeLength - length);
     }
-    return left;
+    return left < 0;
   }
 
-  // Writes the symbols in the order of their codes to `symbols`, those without a code in front, and
-  // returns where the others begin.
+  // Writes the symbols to `symbols` in the order of their codes, those without a code first.
+  // Returns the first symbol with a code.
   constexpr const uint16_t* Sort(const uint8_t* lengths, int32_t symbolCount,
                                  uint16_t* symbols) const {
     ByLength lower{};
@@ -80,33 +79,33 @@ struct Counts {
   }
 };
 
-// Goes through the codes in their order, which is that of numbers with the first bit highest. Each
-// is turned round by itself: counting on in the other order would be a chain of slow steps.
+// Walks the codes in canonical order, in which they count up with the first bit highest. Each code
+// is reversed by itself: counting in reversed order would be a longer chain of dependent steps.
 struct CodeWalk {
   const DecodeMeanings& meanings;
   const uint16_t* symbol;  // sorted
   uint32_t code = 0;
   int32_t length = 0;
 
-  // Goes on to the codes that are one bit longer.
+  // Advances to the codes that are one bit longer.
   constexpr void Lengthen() {
     code <<= 1;
     ++length;
   }
 
-  // The place of the present code in a table, or the first bits of it.
+  // The index of the present code in a table, first bit lowest.
   constexpr uint32_t Index() const { return ReverseBits(code, length); }
 
-  // The entry for the present code; and on to the next one.
+  // Returns the entry for the present code and advances to the next one.
   constexpr DecodeEntry Take() {
     ++code;
     return meanings[*symbol++].WithCode(static_cast<uint32_t>(length));
   }
 };
 
-// Fills a table of `indexBits` bits with the codes that it can hold: the table of one bit first,
-// which it doubles, puts in the codes of two bits, and so on. What the codes of a length leave
-// free, the codes of the next ones take.
+// Fills a table of `indexBits` bits with the codes of up to that length: first as a table of one
+// bit, which is doubled before the codes of two bits are put in, and so on. A longer code
+// overwrites a slot that the shorter codes have left unassigned.
 constexpr void FillFirst(DecodeEntry* entries, int32_t indexBits, DecodeEntry unassigned,
                          const Counts& counts, CodeWalk& walk) {
   entries[0] = unassigned;
@@ -121,13 +120,13 @@ constexpr void FillFirst(DecodeEntry* entries, int32_t indexBits, DecodeEntry un
   }
 }
 
-// Fills second tables with the longer codes and links the first table to them. Each comes when the
-// one before it is full, as the first bits of codes in their order never decrease.
+// Fills second tables with the longer codes and links the first table to them. In canonical order
+// the first bits never decrease, so a second table is complete when the next one begins.
 void FillSecond(DecodeEntry* entries, int32_t indexBits, uint32_t secondSize,
                 DecodeEntry unassigned, const Counts& counts, CodeWalk& walk) {
   const uint32_t firstSize = uint32_t{1} << indexBits;
-  DecodeEntry* second = entries + firstSize;  // the next one
-  uint32_t first = firstSize;                 // which leads to the last one: none yet
+  DecodeEntry* second = entries + firstSize;  // the next second table
+  uint32_t first = firstSize;                 // the index that leads to the latest one; none yet
   while (walk.length < kMaxCodeLength) {
     walk.Lengthen();
     const uint32_t step = uint32_t{1} << (walk.length - indexBits);
@@ -148,7 +147,7 @@ void FillSecond(DecodeEntry* entries, int32_t indexBits, uint32_t secondSize,
   }
 }
 
-// The table of a code without gaps that fits.
+// The table of a complete code of at most kBits bits.
 template <int32_t kBits, std::size_t kSymbols>
 constexpr std::array<DecodeEntry, 1 << kBits> MakeTable(
     const std::array<uint8_t, kSymbols>& lengths, const DecodeMeanings& meanings) {
@@ -171,9 +170,7 @@ bool HuffmanDecodeTable::Build(const uint8_t* lengths, int32_t symbolCount,
   Counts counts;
   if (!counts.Count(lengths, symbolCount)) return false;
   const int32_t longest = counts.Longest();
-  const int32_t unused = counts.Unused();
-  if (longest == 0 || unused < 0) return false;
-  isComplete_ = unused == 0;
+  if (longest == 0 || counts.IsOverSubscribed()) return false;
   hasLevels_ = false;
   minLength_ = counts.Shortest();
   indexBits_ = std::min(longest, kMaxIndexBits);
@@ -203,7 +200,6 @@ template <std::size_t kEntries, std::size_t kSymbols>
 void HuffmanDecodeTable::UseFixed(const std::array<DecodeEntry, kEntries>& entries,
                                   const std::array<uint8_t, kSymbols>& lengths,
                                   const DecodeMeanings& meanings) {
-  isComplete_ = true;
   hasLevels_ = false;
   minLength_ = *std::min_element(lengths.begin(), lengths.end());
   indexBits_ = std::bit_width(kEntries) - 1;
@@ -214,29 +210,7 @@ void HuffmanDecodeTable::UseFixed(const std::array<DecodeEntry, kEntries>& entri
   std::copy(entries.begin(), entries.end(), entries_.begin());
 }
 
-// Where the bits that are held settle the symbol, or the code has no gaps and there is input
-// enough, the table says at once what the levels would come to: both consume the code's own bits,
-// and both ask the source at most once, and only when the code is longer than the bits held.
-// Everything else goes through the levels: gaps, because they consume what was read on the way; the
-// end of the input, because part of a code may be read before it fails.
 DecodeEntry HuffmanDecodeTable::ReadCarefully(BitReader& reader) {
-  const View view = Entries();
-  DecodeEntry entry = view.Find(reader.Cursor().bits);
-  const auto isHeld = [&](int32_t count) {
-    return static_cast<int32_t>(entry.CodeBits()) <= count &&
-           !entry.IsSpecial(DecodeEntry::kUnassigned);
-  };
-  uint32_t code = 0;
-  if (!isHeld(reader.Cursor().bitCount)) {
-    if (!isComplete_) return ReadThroughLevels(reader);
-    entry = view.Find(reader.LookAhead());
-    if (!isHeld(reader.SureBits())) return ReadThroughLevels(reader);
-  }
-  static_cast<void>(reader.ReadBits(static_cast<int32_t>(entry.CodeBits()), code));
-  return entry;
-}
-
-DecodeEntry HuffmanDecodeTable::ReadThroughLevels(BitReader& reader) {
   if (!hasLevels_ && !levels_.Build(lengths_.data(), symbolCount_)) {
     return DecodeEntry::Special(DecodeEntry::kNoMemory);
   }

@@ -10,7 +10,7 @@
 struct HuffmanLevels::Code {
   uint16_t bits;      // reversed, the first bit lowest
   uint8_t length;     // 0: the symbol has no code
-  uint8_t runLength;  // with the first symbol of a run of equal lengths: how many they are
+  uint8_t runLength;  // at the first symbol of a run of equal lengths: the size of the run
 };
 
 bool HuffmanLevels::Build(const uint8_t* lengths, int32_t symbolCount) {
@@ -23,14 +23,14 @@ bool HuffmanLevels::Build(const uint8_t* lengths, int32_t symbolCount) {
   for (int32_t symbol = 0; symbol < symbolCount; ++symbol) {
     codes[symbol] = {bits[symbol], lengths[symbol], 0};
     isInUse[lengths[symbol]] = true;
-    if (lengths[symbol] == 0) continue;
+    if (lengths[symbol] == 0) continue;  // a symbol without a code does not end a run
     if (runStart < 0 || lengths[runStart] != lengths[symbol]) runStart = symbol;
     uint8_t& runLength = codes[runStart].runLength;
     if (runLength < std::numeric_limits<uint8_t>::max()) ++runLength;
   }
   if (runStart < 0) return false;
 
-  // From each code length in use to the next.
+  // The bits between each code length in use and the next.
   std::array<uint8_t, kMaxCodeLength> levelBits{};
   int32_t levelCount = 0;
   int32_t previous = 0;
@@ -51,9 +51,9 @@ bool HuffmanLevels::Build(const uint8_t* lengths, int32_t symbolCount) {
   return true;
 }
 
-// Walks down from the root, adding the tables that are missing. No code begins another, which
-// AssignCanonicalCodes has made sure of: a slot on the way that holds no link is an empty one, and
-// so is the one at the end.
+// Walks down from the root and adds the tables that are missing. AssignCanonicalCodes ensures that
+// no code is the beginning of another. So a slot on the way without a link is empty, and so is the
+// last slot.
 bool HuffmanLevels::InsertCode(const Code& code, int32_t symbol, const uint8_t* levelBits) {
   int32_t bits = code.bits;
   int32_t bitsLeft = code.length;
@@ -68,7 +68,7 @@ bool HuffmanLevels::InsertCode(const Code& code, int32_t symbol, const uint8_t* 
       return true;
     }
     if (slots_[slot] >= 0) {
-      // Where the run that starts here fills the rest of the tree alone, one table does for all its
+      // If the run that starts here fills the rest of this branch, one table holds all its
       // remaining levels.
       const bool runFillsTable = bits == 0 && code.runLength >= 1 << bitsLeft;
       const int32_t width =

@@ -23,7 +23,7 @@ enum GzipFlag : uint8_t {
   kGzipLastKnown = 31,
 };
 
-// Reads header fields and keeps the CRC of their bytes.
+// Reads header fields and computes the CRC of their bytes.
 class GzipFieldReader {
  public:
   explicit GzipFieldReader(BitReader& reader) : reader_(reader) {}
@@ -93,8 +93,8 @@ bool InflateContainer::ReadZlibHeader(BitReader& reader) {
     return false;
   }
   if ((flags & kZlibDictionaryFlag) == 0) return true;
-  // Deliberate: the dictionary is not asked for. Its bytes read as the zeros the window begins
-  // with, and a stream that needs them fails by its checksum.
+  // Deliberate: no dictionary is ever supplied. Distances into it read zeros, and a stream that
+  // needs its bytes fails by the checksum.
   uint32_t dictionaryIdentifier = 0;
   return reader.Read32(dictionaryIdentifier);
 }

@@ -1,4 +1,4 @@
-// What a deflate stream is wrapped in: the header before it, and the checksum after it.
+// The container of a deflate stream: the header before it and the checksum after it.
 //
 //   raw    deflate data
 //   zlib   CMF FLG [dictionary identifier]  deflate data  Adler-32, big-endian       (RFC 1950)
@@ -15,22 +15,23 @@ enum InflateFormat : int32_t { kRawDeflate = 0, kZlib = 1, kGzip = 2 };
 
 class InflateContainer {
  public:
-  // Any value that is not a container is kRawDeflate.
+  // Any value that is no InflateFormat counts as kRawDeflate.
   void SetFormat(int32_t format);
   int32_t Format() const { return format_; }
 
-  // Forgets what was read and counted before.
+  // Starts a new stream: texts empty, counts 0.
   void Begin();
 
-  // False: the header is malformed, of an unknown method, or cut short, or no memory for a text.
+  // False: the header is malformed, of an unknown method, or cut short, or there is no memory for a
+  // text.
   [[nodiscard]] bool ReadZlibHeader(BitReader& reader);
   [[nodiscard]] bool ReadGzipHeader(BitReader& reader);
 
-  // Takes decompressed bytes into the checksum and the size.
+  // Adds decompressed bytes to the checksum and the size.
   void Account(const uint8_t* data, int32_t size);
 
-  // Reads the trailer, from the next byte boundary. False: it does not agree with what was
-  // accounted, or is cut short.
+  // Reads the trailer at the next byte boundary. False: it does not agree with the accounted bytes,
+  // or it is cut short.
   [[nodiscard]] bool ReadTrailer(BitReader& reader);
 
   // Of a gzip header; empty and 0 without one. The time is in seconds since 1970.

@@ -1,12 +1,12 @@
-// Decompressed bytes as matches copy from them: the last 32 KiB at least, and behind them the bytes
+// The decompressed bytes that matches copy from: at least the last 32 KiB, and after them the bytes
 // of the present step, which are pending until they are handed on.
 //
 //   begin           read             write                     end
 //   |  handed on    |  pending       |  room for a step ...    |
 //
-// They stand in memory that was lent, which is the place where they are wanted, as long as a whole
-// step fits there; then in memory of the window's own, where they move to the front when the room
-// is used up.
+// As long as a whole step fits, they stand in memory lent by the caller, where they are wanted in
+// the end. After that they stand in the window's own memory, and move to its front when the room
+// there is used up.
 #pragma once
 
 #include <algorithm>
@@ -25,10 +25,10 @@ class InflateWindow {
     int32_t size;
   };
 
-  // The pending bytes at which a step ends; its last match may take it beyond.
+  // A step ends at so many pending bytes; its last match may pass that.
   static constexpr int32_t kMaxPending = kDeflateWindowSize - kMaxMatchLength - 1;
 
-  // What may be overwritten behind the last byte that is put.
+  // The bytes after the last one put that may be overwritten.
   static constexpr int32_t kSlack = MatchCopy::kOverrun;
 
   // cppcheck-suppress uninitMemberVar ; bytes are put before they are read
@@ -36,13 +36,13 @@ class InflateWindow {
   InflateWindow(const InflateWindow&) = delete;
   InflateWindow& operator=(const InflateWindow&) = delete;
 
-  // Begins in `size` bytes at `memory`, which stay lent. Requires: nothing has been put.
+  // Lends the window the `size` bytes at `memory` to begin in. Requires: nothing has been put.
   void Lend(uint8_t* memory, int32_t size) {
     begin_ = read_ = write_ = memory;
     end_ = memory + size;
   }
 
-  // Makes room for the bytes of a step. Requires: nothing is pending.
+  // Makes room for one step. Requires: nothing is pending.
   void MakeRoom() {
     if (end_ - write_ >= kStepRoom) return;
     const std::ptrdiff_t kept = std::min<std::ptrdiff_t>(write_ - begin_, kDeflateWindowSize);
@@ -52,7 +52,8 @@ class InflateWindow {
     end_ = own_ + sizeof own_;
   }
 
-  // Requires, of all that follows: MakeRoom came first, and at most kMaxPending bytes are pending.
+  // Requires, for Put, PutAll and CopyMatch: MakeRoom came first, and at most kMaxPending bytes are
+  // pending.
   void Put(uint8_t byte) { *write_++ = byte; }
 
   void PutAll(const uint8_t* bytes, int32_t count) {
@@ -70,23 +71,22 @@ class InflateWindow {
     write_ = end;
   }
 
-  // For a loop that puts bytes itself: from what Begin() tells matches may be copied, kSlack bytes
-  // behind the last may be overwritten.
+  // For a loop that puts bytes itself: it may copy matches from Begin() on, write at Write(), and
+  // overwrite kSlack bytes after the last one.
   const uint8_t* Begin() const { return begin_; }
   uint8_t* Write() const { return write_; }
   void SetWrite(uint8_t* write) { write_ = write; }
 
   int32_t PendingSize() const { return static_cast<int32_t>(write_ - read_); }
 
-  // The pending bytes in order, in two pieces where they pass a multiple of 32 KiB; a piece may be
-  // empty.
+  // The pending bytes in order. Two pieces where they pass a multiple of 32 KiB; one may be empty.
   std::array<Piece, 2> PendingPieces() const {
     const int32_t size = PendingSize();
     const int32_t first = std::min(size, kDeflateWindowSize - released_);
     return {{{read_, first}, {read_ + first, size - first}}};
   }
 
-  // Copies the first `count` of them to `destination`, if they are not there already.
+  // Copies the first `count` pending bytes to `destination`, unless they stand there already.
   void CopyPending(uint8_t* destination, int32_t count) const {
     if (count > 0 && destination != read_) {
       std::memcpy(destination, read_, static_cast<std::size_t>(count));
@@ -99,11 +99,11 @@ class InflateWindow {
     released_ = (released_ + count) % kDeflateWindowSize;
   }
 
-  // The room that a step may take.
+  // The bytes that a step may take.
   static constexpr int32_t kStepRoom = kMaxPending + kMaxMatchLength + kSlack;
 
  private:
-  // The more steps fit, the fewer moves; the fewer pages, the less to fault in.
+  // More steps mean fewer moves to the front, but more pages to fault in.
   static constexpr int32_t kOwnSteps = 3;
 
   uint8_t own_[kDeflateWindowSize + kOwnSteps * kStepRoom];  // first: see Inflater

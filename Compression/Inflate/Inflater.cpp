@@ -18,8 +18,8 @@ bool Inflater::Run(int64_t limit) {
   return true;
 }
 
-// Writes what is pending and takes it off the limit. The limit is tested after the write: output
-// that just passes it has been written whole when the failure is reported.
+// Writes the pending bytes and subtracts them from the limit. The limit is tested after the write:
+// when the failure is reported, the step that passes the limit has been written whole.
 bool Inflater::Deliver(int64_t& limit) {
   const int32_t pending = window_.PendingSize();
   if (pending == 0) return true;
@@ -51,7 +51,7 @@ bool Inflater::ReadOutput(void* buffer, int32_t size, int32_t& obtained) {
   uint8_t* next = static_cast<uint8_t*>(buffer);
   obtained = 0;
   while (obtained < size) {
-    // Only here, with nothing pending: each step's bytes are accounted once.
+    // A step is made only when nothing is pending, so each byte is accounted once.
     if (window_.PendingSize() == 0 && (!Step() || window_.PendingSize() == 0)) break;
     const int32_t count = std::min(window_.PendingSize(), size - obtained);
     window_.CopyPending(next + obtained, count);
@@ -61,7 +61,7 @@ bool Inflater::ReadOutput(void* buffer, int32_t size, int32_t& obtained) {
   return state_ != State::kFailed;
 }
 
-// Goes on until the room in the window is used up or the stream ends. False: the stream has failed;
+// Decodes until the room in the window is used up or the stream ends. False: the stream has failed;
 // the bytes of this step are dropped.
 bool Inflater::Step() {
   if (window_.PendingSize() == 0) window_.MakeRoom();
@@ -73,7 +73,7 @@ bool Inflater::Step() {
   return true;
 }
 
-// Does what the state asks for and enters the next one.
+// Does the work of the present state and enters the next one.
 bool Inflater::Advance(int32_t& room) {
   switch (state_) {
     case State::kStart:
@@ -149,7 +149,7 @@ void Inflater::AccountPending() {
   }
 }
 
-// Puts the stream into its failed state, where every further step fails too.
+// Enters the failed state, in which every further step fails.
 bool Inflater::Fail() {
   state_ = State::kFailed;
   window_.Release(window_.PendingSize());

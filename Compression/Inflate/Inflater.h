@@ -1,9 +1,8 @@
 // Decompresses one deflate stream (RFC 1951), bare or in a zlib or gzip container, from a stream
 // into a stream.
 //
-// Decoding is a state machine that works in steps of bounded output. What a step decodes stands in
-// the window until it is handed on, and is handed on before the next step; so a stream of any size
-// is decompressed in fixed memory.
+// Decoding is a state machine that works in steps of bounded output. The bytes of a step stand in
+// the window and are handed on before the next step, so a stream of any size needs fixed memory.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +13,7 @@
 #include "Compression/Inflate/InflateWindow.h"
 #include "Core/Stream.h"
 
-// For one stream only. About 200 KiB in itself, most of which a short stream leaves untouched.
+// Serves one stream only. About 200 KiB, most of which a short stream never touches.
 class Inflater {
  public:
   static constexpr int64_t kUnlimited = 0x7FFFFFFFFFFFFFFF;
@@ -26,29 +25,32 @@ class Inflater {
   Inflater& operator=(const Inflater&) = delete;
 
   // Selects the container: an InflateFormat; any other value is kRawDeflate, which is also the
-  // default. Always true. Requires: nothing has been decoded.
+  // default. The result is always true, so that the call can begin an && chain.
+  // Requires: nothing has been decoded.
   bool SetFormat(int32_t format);
 
   // Decompresses the whole stream. False: a stream is missing, the input is malformed or cut short,
   // its checksum is wrong, it gives more than `limit` bytes, the output refuses bytes, or there is
-  // no memory. The output then holds what the steps before the failing one decoded, also beyond the
-  // limit. It ends for every input: a damaged stream that would give bytes without end is stopped
-  // by a finite limit, and with kUnlimited as soon as it is recognised.
+  // no memory. The output then holds the bytes of the steps before the failing one, also those that
+  // pass the limit. The call ends for every input: a finite limit stops a damaged stream that would
+  // give bytes without end, and with kUnlimited it is refused as soon as it is recognised.
   [[nodiscard]] bool Run(int64_t limit);
 
-  // Decompresses the whole stream, its first `size` bytes into `buffer` and the others nowhere, and
-  // reports in `obtained` how many it put there. What it works on stands in the buffer itself as
-  // far as that goes; where the stream gives less, the bytes behind are undefined. False: as for
-  // Run without a limit; the buffer is undefined. Requires: nothing has been decoded.
+  // Decompresses the whole stream, keeps its first `size` bytes in `buffer` and drops the others;
+  // reports in `obtained` how many were kept. Uses the buffer itself as its window while a step
+  // fits there; the bytes after those kept are undefined. False: as for Run without a limit; the
+  // buffer is undefined. Requires: nothing has been decoded.
   [[nodiscard]] bool RunInto(uint8_t* buffer, int32_t size, int32_t& obtained);
 
-  // A buffer that is larger than its stream by so much is never left for memory of the inflater's
-  // own, which would have to be copied from.
+  // With a buffer larger than the stream by this many bytes, RunInto never needs to copy from the
+  // window's own memory.
   static constexpr int32_t kSpareSize = InflateWindow::kStepRoom;
 
   // Decompresses up to `size` bytes into `buffer` and reports how many in `obtained`: fewer only at
-  // the end of the stream or at a failure. False: the stream has failed. Of a damaged stream that
-  // gives bytes without end this returns bytes as long as it is asked for them.
+  // the end of the stream or at a failure. False: the stream has failed. From a damaged stream that
+  // gives bytes without end, every call returns more bytes. The tool has no use for this call; it
+  // completes the interface.
+  // Deliberate: the bytes of the step that fails, up to 32 KiB, are dropped, as Run drops them.
   [[nodiscard]] bool ReadOutput(void* buffer, int32_t size, int32_t& obtained);
 
   // Of a gzip header, once it has been read.
@@ -87,8 +89,8 @@ class Inflater {
   State afterBlock_ = State::kBlockHeader;
   InflateContainer container_;
 
-  // In this order, what a short stream leaves untouched, the end of the tables and the beginning of
-  // the window, lies together, and what it touches on few pages.
+  // In this order the memory that a short stream never touches lies together: the end of the tables
+  // and the beginning of the window. The memory that it touches lies on few pages.
   BitReader reader_;
   BlockDecoder blocks_;
   InflateWindow window_;

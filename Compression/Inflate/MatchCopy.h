@@ -7,11 +7,9 @@
 
 #include "Core/Endian.h"
 
-#define HALOMEND_INLINE inline __attribute__((always_inline))
-
 namespace MatchCopy {
 
-// What a copy may write behind its end, in bytes.
+// The bytes that a copy may write after its end.
 constexpr int32_t kOverrun = 32;
 
 template <typename Word>
@@ -28,11 +26,11 @@ void Store(uint8_t* bytes, Word word) {
 
 using Word16 = uint64_t __attribute__((vector_size(16)));
 
-// To repeat the last `distance` bytes, up to 8, all over a word: mask them out and multiply.
+// Repeats the last `distance` bytes, up to 8, over a whole word: mask them out and multiply.
 struct Pattern {
   uint64_t mask;
   uint64_t factor;
-  uint32_t step;  // the most bytes of the word that end with a whole repeat
+  uint32_t step;  // bytes of the word that are whole repeats
 };
 
 constexpr std::array<Pattern, 9> MakePatterns() {
@@ -50,11 +48,11 @@ constexpr std::array<Pattern, 9> MakePatterns() {
 
 inline constexpr std::array<Pattern, 9> kPatterns = MakePatterns();
 
-// Copies the bytes that stand `distance` before `to` up to `end`, as if one after the other: a
-// match that overlaps itself repeats its first bytes. Writes whole words, up to kOverrun bytes
-// more. A word is never read from bytes that the copy itself has still to write: those at 16 and
-// more back stand there already, and of the nearer ones only the repeated bytes are used.
-HALOMEND_INLINE void CopyWords(uint8_t* to, uint32_t distance, uint8_t* end) {
+// Copies a match to `to` up to `end` from `distance` bytes before, as if byte by byte: a match that
+// overlaps itself repeats its first bytes. Writes whole words, up to kOverrun bytes too many. No
+// word that is read contains a byte that the copy has still to write: from 16 bytes back the words
+// stand there already, and of nearer bytes only the repeated ones are used.
+inline void CopyWords(uint8_t* to, uint32_t distance, uint8_t* end) {
   const uint8_t* from = to - distance;
   if (distance >= 16) {
     do {

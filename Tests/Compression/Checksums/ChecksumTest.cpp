@@ -1,13 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <random>
 #include <string>
 
 #include "Compression/Checksums/Adler32.h"
 #include "Compression/Checksums/Crc32.h"
 #include "Compression/Checksums/HashBytes.h"
-#include "Compression/CpuFeatures.h"
 
 namespace {
 
@@ -25,29 +25,25 @@ uint32_t PlainCrc(const uint8_t* data, std::size_t length, uint32_t crc) {
   return ~crc;
 }
 uint32_t PlainAdler(const uint8_t* data, std::size_t length, uint32_t previous) {
-  uint32_t a = previous & 0xFFFF, b = previous >> 16;
+  uint32_t a = (previous & 0xFFFF) % 65521, b = (previous >> 16) % 65521;
   for (std::size_t i = 0; i < length; ++i) b = (b + (a = (a + data[i]) % 65521)) % 65521;
   return b << 16 | a;
 }
 
-// In each form that this processor has, on bytes at random and on the largest, from sums at random
-// and from the largest.
+// On random bytes and on the largest, from random sums and from the largest, which are not reduced.
 TEST(Checksums, AgreeWithPlainLoops) {
   EXPECT_EQ(Crc32(nullptr, 4, 7), 7u);
+  EXPECT_EQ(Adler32(nullptr, 0, ~0u), 0x000E000Eu);
   std::mt19937 random(5);
   std::string data(40000, '\xFF');
   std::generate(data.begin(), data.begin() + 20000, std::ref(random));
-  for (const CpuFeatures& most :
-       {CpuFeatures{}, CpuFeatures{true, true, true, false}, CpuFeatures{true, true, true, true}}) {
-    CpuFeatures::Limit(most);
-    for (std::size_t i = 0; i < 700; ++i) {
-      const std::size_t length = i < 400 ? i : random() % 20000;
-      const uint8_t* start = Bytes(data) + random() % 20001;
-      const uint32_t adler = i % 2 == 0 ? 65520 << 16 | 65520 : random() % 65521;
-      const uint32_t crc = random();
-      ASSERT_EQ(Adler32(start, length, adler), PlainAdler(start, length, adler)) << length;
-      ASSERT_EQ(Crc32(start, length, crc), PlainCrc(start, length, crc)) << length;
-    }
+  for (std::size_t i = 0; i < 1000; ++i) {
+    const std::size_t length = i < 400 ? i : random() % 20000;
+    const uint8_t* start = Bytes(data) + random() % 20001;
+    const uint32_t adler = i % 2 == 0 ? ~0u : random() % 65521;
+    const uint32_t crc = random();
+    ASSERT_EQ(Adler32(start, length, adler), PlainAdler(start, length, adler)) << length;
+    ASSERT_EQ(Crc32(start, length, crc), PlainCrc(start, length, crc)) << length;
   }
 }
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <random>
 #include <vector>
 
@@ -55,39 +54,6 @@ TEST(HuffmanDecodeTable, KnowsEveryPattern) {
       Core::MemoryStream stream(bytes, 2);
       BitReader reader(&stream);
       ASSERT_EQ(levels.ReadSymbol(reader), symbol);
-    }
-  }
-}
-
-// The shortcuts of careful reading, against the levels that they stand for: the same symbols, and
-// the same bits held and bytes buffered, to the end of inputs that come in pieces.
-TEST(HuffmanDecodeTable, ReadsCarefullyWhatTheLevelsRead) {
-  std::mt19937 random(2);
-  HuffmanDecodeTable table;
-  HuffmanLevels levels;
-  for (int round = 0; round < 2000; ++round) {
-    const bool isFixed = round % 4 == 0;
-    const Bytes lengths = isFixed ? Bytes(kFixedLiteralLengths.begin(), kFixedLiteralLengths.end())
-                                  : RandomLengths(random, 1 + random() % 12);
-    ASSERT_TRUE(levels.Build(lengths.data(), kLiteralLengthSymbols));
-    ASSERT_TRUE(table.Build(lengths.data(), kLiteralLengthSymbols, kLiteralLengthMeanings));
-    if (isFixed) table.UseFixedLiterals();
-    Bytes input(random() % 60);
-    std::generate(input.begin(), input.end(), std::ref(random));
-    const std::size_t piece = round % 3 == 0 ? SIZE_MAX : 1 + random() % 12;
-    PieceStream streams[] = {PieceStream(input, piece), PieceStream(input, piece)};
-    BitReader reader(&streams[0]), plain(&streams[1]);
-    for (int read = 0; read < 300; ++read) {
-      const DecodeEntry entry = table.ReadCarefully(reader);
-      const int32_t symbol = levels.ReadSymbol(plain);
-      const DecodeEntry meaning = symbol < 0 ? DecodeEntry::Special(DecodeEntry::kInputEnd)
-                                             : kLiteralLengthMeanings[symbol];
-      ASSERT_TRUE(entry.Value() == meaning.Value() &&
-                  entry.Has(DecodeEntry::kSpecial) == meaning.Has(DecodeEntry::kSpecial));
-      ASSERT_EQ(reader.Cursor().bits, plain.Cursor().bits);
-      ASSERT_EQ(reader.Cursor().bitCount, plain.Cursor().bitCount);
-      ASSERT_EQ(reader.Cursor().BytesLeft(), plain.Cursor().BytesLeft());
-      ASSERT_EQ(reader.IsExhausted(15), plain.IsExhausted(15));
     }
   }
 }
