@@ -3,12 +3,12 @@
 #include "Core/StreamIo.h"
 
 BitWriter::~BitWriter() {
-  // A destructor has nobody to tell; who wants to know calls Flush before.
+  // A destructor cannot report a failure; a caller who wants to know calls Flush before.
   if (destination_ != nullptr && !refused_) static_cast<void>(Flush());
 }
 
 bool BitWriter::Attach(Core::Stream* destination) {
-  if (destination == nullptr) return false;
+  if (destination == nullptr || refused_) return false;
   const uint32_t caps = destination->GetCaps();
   if ((caps & Core::kWritable) == 0 || (caps & Core::kReadable) != 0) return false;
   destination_ = destination;

@@ -1,6 +1,9 @@
-// Writes bits to a stream, least significant first as RFC 1951, section 3.1.1 wants them. Bits
-// gather in an accumulator, bytes in a buffer, which is handed on when it is full: after a refusal
-// the stream holds so much less than was written.
+// Writes bits to a stream, the least significant first (RFC 1951, section 3.1.1). An accumulator
+// gathers bits, a buffer gathers bytes.
+//
+// Deliberate: the buffer of 8 KiB is handed on when it is full, so a stream that refuses bytes is
+// noticed late, and then holds that much less than was written. Small groups of bytes would be
+// noticed at once and cost a call of the stream each.
 #pragma once
 
 #include <array>
@@ -10,8 +13,8 @@
 #include "Core/Endian.h"
 #include "Core/Stream.h"
 
-// Once the stream has refused bytes, every later operation that would write to it returns false and
-// writes nothing.
+// Once the stream has refused bytes, every later operation that would write returns false and
+// writes nothing; so does Attach.
 class BitWriter {
  public:
   // No destination yet: every write fails.
@@ -28,7 +31,8 @@ class BitWriter {
   ~BitWriter();
 
   // Makes `destination` the stream to write to. False, and nothing changed: it is null, cannot be
-  // written, or is readable as well; a two-way stream is handed to the constructor.
+  // written, or is readable as well (a two-way stream is for the constructor), or an earlier stream
+  // has refused bytes.
   [[nodiscard]] bool Attach(Core::Stream* destination);
 
   // Writes the low `count` bits of `value`. Requires: 0 <= count <= 32, no bit set above them.
@@ -51,14 +55,14 @@ class BitWriter {
   // Aligns and flushes the destination.
   [[nodiscard]] bool Flush();
 
-  // Many writes without a test each: HasRoom, Begin, then Put and Store in turn, End.
-  static constexpr int32_t kBytesPerStore = 8;  // written; at most 7 of them stay
+  // Many writes without a test for each: HasRoom, Begin, then Put and Store alternating, then End.
+  static constexpr int32_t kBytesPerStore = 8;  // written, of which at most 7 are kept
   struct Burst {
     uint64_t bits;  // the next bit to leave is bit 0; zero above the held ones
     int32_t held;
     uint8_t* next;
 
-    // At most 56 bits from one Store to the next.
+    // Requires: at most 56 bits between one Store and the next.
     void Put(uint64_t value, int32_t count) {
       bits |= value << held;
       held += count;
@@ -71,7 +75,7 @@ class BitWriter {
     }
   };
 
-  // Makes room for so many calls of Store. False: the stream refused bytes, or there is none.
+  // Makes room for `stores` calls of Store. False: the stream refused bytes, or there is no stream.
   // Requires: stores <= kMaxStores.
   static constexpr int32_t kMaxStores = 1024;
   [[nodiscard]] bool HasRoom(int32_t stores) {
@@ -97,6 +101,6 @@ class BitWriter {
   int32_t used_ = 0;   // bytes of the buffer
   int32_t limit_ = 0;  // of used_; 0 without a stream to write to or after a refusal
   bool refused_ = false;
-  // HasRoom counts no Store of End's.
+  // One store more than HasRoom counts: that of End.
   std::array<uint8_t, kBufferBytes + kBytesPerStore> buffer_;
 };

@@ -1,5 +1,5 @@
-// Turns the tokens of a block back into the bytes they stand for, which a match may copy from the
-// 32 KiB before the block.
+// Turns the tokens of a block back into the bytes that they stand for. A match may copy from the
+// 32 KiB before the block, so these are kept.
 #pragma once
 
 #include <array>

@@ -9,7 +9,7 @@ namespace {
 constexpr int32_t kStoredLengthBits = 16;
 constexpr int32_t kStoredSegmentHeaderBits = 2 * kStoredLengthBits;
 
-// The cost in bits of a literal that has no code: more than any match.
+// The cost in bits of a literal without a code: more than any match.
 constexpr int32_t kNotCodable = 65536;
 
 struct FixedTables {
@@ -52,8 +52,8 @@ void BlockWriter::BuildCodes(const SymbolCounts& counts) {
   distances_.BuildFromFrequencies(counts.distances.data(), kDistanceSymbols, kMaxCodeLength, tree_);
 }
 
-// Compares sizes in bits. The block's three header bits and the end-of-block code are counted in
-// none of them.
+// Compares sizes in bits. None of them counts the block's three header bits and the end-of-block
+// code.
 // Deliberate: ties go to stored, then to fixed.
 DeflateBlockType BlockWriter::ChooseBlockType(const TokenBuffer& tokens) {
   const int32_t raw = tokens.RawBytes();
@@ -85,7 +85,7 @@ int32_t BlockWriter::Codes::SizeInBits(const SymbolCounts& counts) const {
   return size;
 }
 
-// Whether three literals take fewer bits than the match of three bytes that they would replace.
+// True when three literals take fewer bits than the match of three bytes that they would replace.
 bool BlockWriter::Codes::IsTripleShorter(int32_t distanceSymbol, const ThreeBytes& bytes) const {
   const int32_t match = literals.LengthOf(kFirstLengthSymbol) + distances.LengthOf(distanceSymbol) +
                         kDistanceRanges[distanceSymbol].extraBits;
@@ -110,7 +110,7 @@ bool BlockWriter::WriteDynamicBlock(TokenBuffer& tokens) {
   const auto isBetter = [&](int32_t distanceSymbol, const ThreeBytes& bytes) {
     return codes.IsTripleShorter(distanceSymbol, bytes);
   };
-  // Each pass judges by the codes that the pass before has changed.
+  // Each pass decides by the codes that follow from the pass before.
   bool isChanged = false;
   while (tokens.ConvertShortMatches(isBetter)) {
     BuildCodes(tokens.Counts());
@@ -120,7 +120,7 @@ bool BlockWriter::WriteDynamicBlock(TokenBuffer& tokens) {
   return header_.Write(writer_) && WriteTokens(tokens, codes);
 }
 
-// At most 48 bits: codes of 15 bits and the extra bits of a length and a distance.
+// At most 48 bits: two codes of 15 bits, and the extra bits of a length and a distance.
 inline void BlockWriter::Codes::Put(BitWriter::Burst& burst, Token token) const {
   if (token.IsLiteral()) {
     const HuffmanCode code = literals[token.Byte(0)];
@@ -159,9 +159,9 @@ bool BlockWriter::WriteTokens(const TokenBuffer& tokens, const Codes& codes) {
   return writer_.WriteBits(end.bits, end.length);
 }
 
-// Deliberate: more than 65,535 bytes go out as several LEN/NLEN segments behind the one block
-// header, which other programs do not read. The blocks that the token buffer can hold as literals
-// are smaller, so a stored block this long does not come about in practice.
+// Deliberate: more than 65,535 bytes are written as several LEN/NLEN segments after one block
+// header, which other programs do not read. A block of literals that fills the token buffer is
+// smaller, so in practice no stored block is this long.
 bool BlockWriter::WriteStoredBlock(const TokenBuffer& tokens) {
   Core::ByteArray bytes;
   if (!replay_.Replay(tokens, bytes)) return false;

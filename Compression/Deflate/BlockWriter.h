@@ -1,5 +1,5 @@
-// Writes the tokens of a block as one deflate block (RFC 1951, section 3.2) of the kind that takes
-// the fewest bits.
+// Writes tokens as one deflate block (RFC 1951, section 3.2) of the type that takes the fewest
+// bits.
 #pragma once
 
 #include <cstdint>
@@ -18,13 +18,14 @@ class BlockWriter {
   // Writes through `writer`, which must outlive this object.
   explicit BlockWriter(BitWriter& writer) : writer_(writer) {}
 
-  // The next block's first byte stands at `position` of `window`, whose bytes before it are copied.
+  // Begins the block whose first byte stands at `position` of `window`; copies the history before
+  // it.
   void BeginBlock(const uint8_t* window, int32_t position) {
     replay_.TakeHistory(window, position);
   }
 
-  // Writes the tokens, some of which may be rewritten on the way. False: the stream refused bytes,
-  // or there is no memory for a stored block.
+  // Writes the tokens, after turning short matches into literals where that is shorter. False: the
+  // stream refused bytes, or there is no memory for a stored block.
   [[nodiscard]] bool WriteBlock(TokenBuffer& tokens, FinalBlock final);
 
   // For statistics: blocks written, and the estimated bits of the dynamic headers considered.
@@ -59,5 +60,5 @@ class BlockWriter {
   HuffmanEncodeTable distances_;
   DynamicHeader header_;
   HuffmanTree tree_;
-  BlockReplay replay_;  // last: it is large, and one block needs nothing of it
+  BlockReplay replay_;  // last: it is large, and a single block never touches it
 };

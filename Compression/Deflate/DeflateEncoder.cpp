@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "Compression/Format/DeflateFormat.h"
 
@@ -10,6 +11,8 @@ DeflateEncoder::DeflateEncoder(Core::Stream& source, Core::Stream& destination, 
     : source_(&source), level_(level), writer_(destination) {}
 
 bool DeflateEncoder::Compress() {
+  // The window and the tokens are those of the first call.
+  if (std::exchange(isStarted_, true)) return false;
   int32_t available = 0;  // bytes in the window from the position on
   for (;;) {
     const int32_t got = window_.Fill(source_, available);
@@ -22,7 +25,7 @@ bool DeflateEncoder::Compress() {
     const int32_t end = window_.Position() + total;
     if (IsLazy()) longestFinder_.Link(window_, end);
     if (total <= kMaxMatchLength) break;
-    // Behind every position parsed here stand enough bytes for the longest match.
+    // Every position parsed here is followed by enough bytes for the longest match.
     int32_t consumed = total - kMaxMatchLength;
     if (!Parse(consumed, kMaxMatchLength)) return false;
     const int32_t shift = window_.Slide(end);
@@ -44,14 +47,13 @@ bool DeflateEncoder::ResetFinder(int32_t bytesRead) {
   return plainFinder_ != nullptr;
 }
 
-// Parses `count` positions with `reserve` more bytes to look at behind them. The last match may run
-// into the reserve: `count` becomes the number of positions parsed. False: a block could not be
-// written.
+// Parses `count` positions; `reserve` more bytes follow them. The last match may extend into these:
+// `count` becomes the number of positions parsed. False: a block could not be written.
 bool DeflateEncoder::Parse(int32_t& count, int32_t reserve) {
   int32_t done = 0;
   while (done < count) {
     const int32_t lookahead = count - done + reserve;
-    // What Step would do, and mostly does in pictures that hardly repeat.
+    // The same as Step would do, without a search; frequent in pictures that hardly repeat.
     if (IsLazy() && !pending_.isPending && lookahead >= LongestMatchFinder::kLongKey &&
         longestFinder_.IsNew(window_)) {
       tokens_.AppendLiteral(*window_.Here());
@@ -66,8 +68,8 @@ bool DeflateEncoder::Parse(int32_t& count, int32_t reserve) {
   return true;
 }
 
-// Parses the next position, with `lookahead` bytes there, and what a match taken there covers; the
-// number of positions gone over.
+// Parses the next position, from which `lookahead` bytes of data stand, and the bytes of a match
+// taken there. Returns the number of positions parsed.
 int32_t DeflateEncoder::Step(int32_t lookahead) {
   Match found = {0, 0};
   const bool isFound = FindMatch(lookahead, found);
@@ -85,7 +87,7 @@ int32_t DeflateEncoder::Step(int32_t lookahead) {
   return IsLazy() ? 1 : 1 + TakePending();
 }
 
-// The match at the position, longer than one that is pending.
+// Finds the match at the position. A lazy parser gets only one longer than the pending match.
 bool DeflateEncoder::FindMatch(int32_t lookahead, Match& match) {
   const int32_t maxDistance = std::min(window_.Position(), DeflateWindow::kHistoryBytes);
   const int32_t maxLength = std::min(lookahead, kMaxMatchLength);
@@ -94,10 +96,9 @@ bool DeflateEncoder::FindMatch(int32_t lookahead, Match& match) {
   return longestFinder_.FindMatch(window_, maxDistance, maxLength, atLeast, match);
 }
 
-// Emits the pending match, whose first byte has been gone over, and goes over the rest; the number
-// of positions.
-// Deliberate: below level 9 the match's second byte is not inserted into the hash chains, as no
-// search has been there.
+// Takes the pending match, whose first byte is parsed already, and parses the rest of it. Returns
+// the number of positions parsed. Deliberate: below level 9 the second byte of the match is not
+// inserted into the hash chains, since only a search would have inserted it.
 int32_t DeflateEncoder::TakePending() {
   AppendPending();
   const int32_t covered = pending_.match.length - 1;
@@ -117,7 +118,7 @@ void DeflateEncoder::AppendPending() {
 bool DeflateEncoder::FlushBlock(FinalBlock final) {
   if (!blocks_.WriteBlock(tokens_, final)) return false;
   if (final == FinalBlock::kYes) return true;
-  // A pending match begins the next block, and its first byte has been gone over.
+  // A pending match begins the next block, and its first byte is parsed already.
   blocks_.BeginBlock(window_.Bytes(), window_.Position() - (pending_.isPending ? 1 : 0));
   tokens_.Reset();
   return true;

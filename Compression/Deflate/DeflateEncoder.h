@@ -1,5 +1,5 @@
-// Compresses a stream into a raw deflate stream (RFC 1951): fill the window, parse it into tokens,
-// write a block when the token buffer is full, slide, repeat.
+// Compresses a stream into a raw deflate stream (RFC 1951): fills the window, parses it into
+// tokens, writes a block when the token buffer is full, slides the window, repeats.
 #pragma once
 
 #include <cstdint>
@@ -13,14 +13,13 @@
 #include "Compression/Matching/MatchFinder.h"
 #include "Core/Stream.h"
 
-// About 1 MB, of which small data touches little, and 0.8 MB more while data is dense; create it
-// with new (std::nothrow).
+// About 1 MB, of which small data touches little, and 0.8 MB more while data is dense
+// (LongestMatchFinder). Create it with new (std::nothrow).
 class DeflateEncoder {
  public:
   static constexpr int32_t kBestLevel = 9;
 
-  // No streams: Compress fails.
-  // Its tables are left as they are until the finder is reset: clearing them costs time.
+  // Without streams Compress fails. The tables stay uninitialised until the finder is reset.
   // cppcheck-suppress uninitMemberVar
   DeflateEncoder() = default;
 
@@ -29,15 +28,16 @@ class DeflateEncoder {
   // it takes the first match found. Only the low byte of `level` counts.
   DeflateEncoder(Core::Stream& source, Core::Stream& destination, int32_t level);
 
-  // Compresses everything, to be called once. False: the destination refused bytes, the source
-  // could not be read at all, or there is no memory; the destination then holds a part of a stream.
+  // Compresses everything. False: the destination refused bytes, the source could not be read at
+  // all, or there is no memory; the destination then holds a part of a stream. A second call is
+  // false too and writes nothing.
   //
-  // Deliberate: a source that fails after some data ends the data, less the bytes that the -1 of
-  // the failed read takes off the count, and the result may be true; and so does a source whose
-  // reads leave 258 bytes or fewer to parse, the last one or not.
+  // Deliberate: a source that fails after some data ends the data. The -1 of the failed read is
+  // added to the count, so the last byte is lost, and the result may be true. A read that leaves
+  // 258 bytes or fewer to parse also ends the data, even if more would follow.
   [[nodiscard]] bool Compress();
 
-  // For what follows the deflate data, such as the checksum of a zlib stream.
+  // For data after the deflate stream, such as the checksum of a zlib stream.
   BitWriter& Writer() { return writer_; }
 
   // For statistics.
@@ -45,10 +45,11 @@ class DeflateEncoder {
   const BlockWriter& Blocks() const { return blocks_; }
 
  private:
-  // A match whose first byte is parsed and whose worth the next position decides.
+  // A match whose first byte is parsed. The search at the next position decides whether it is
+  // taken.
   struct PendingMatch {
     bool isPending;
-    uint8_t literal;  // the byte at its start, should a longer match displace it
+    uint8_t literal;  // its first byte, for the case that a longer match replaces it
     Match match;
   };
 
@@ -65,12 +66,13 @@ class DeflateEncoder {
   int32_t level_ = kBestLevel;
   PendingMatch pending_{};
   uint64_t bytesRead_ = 0;
-  std::unique_ptr<MatchFinder> plainFinder_;  // of a parser that is not lazy
+  bool isStarted_ = false;
+  std::unique_ptr<MatchFinder> plainFinder_;  // for a parser that is not lazy
 
-  // In this order, what little data touches lies on few pages.
+  // In this order the memory that small data touches lies on few pages.
   BitWriter writer_;
   BlockWriter blocks_{writer_};
   TokenBuffer tokens_;
   DeflateWindow window_;
-  LongestMatchFinder longestFinder_;  // of a lazy parser
+  LongestMatchFinder longestFinder_;  // for a lazy parser
 };

@@ -4,29 +4,29 @@
 
 namespace {
 
-// What the size estimate starts from. Deliberate: 12 bits more than the three counts take; it
-// decides between block types in close cases.
+// Deliberate: the size estimate starts from 12 bits more than the three counts take. This decides
+// between block types in close cases.
 constexpr int32_t kEstimateBase = 26;
 
-// The fewest and most lengths that one repeat symbol stands for.
+// The least and the greatest number of lengths that a repeat symbol stands for.
 constexpr DeflateRange RepeatRange(int32_t symbol) {
   return kRepeatRanges[symbol - kRepeatPreviousLength];
 }
-constexpr int32_t Most(DeflateRange range) { return range.base + (1 << range.extraBits) - 1; }
+constexpr int32_t MaxOf(DeflateRange range) { return range.base + (1 << range.extraBits) - 1; }
 constexpr int32_t kMinRepeat = RepeatRange(kRepeatPreviousLength).base;
-constexpr int32_t kMaxLengthRepeat = Most(RepeatRange(kRepeatPreviousLength));
+constexpr int32_t kMaxLengthRepeat = MaxOf(RepeatRange(kRepeatPreviousLength));
 constexpr int32_t kMinLongZeros = RepeatRange(kRepeatZeroLong).base;
-constexpr int32_t kMaxLongZeros = Most(RepeatRange(kRepeatZeroLong));
+constexpr int32_t kMaxLongZeros = MaxOf(RepeatRange(kRepeatZeroLong));
 static_assert(kMinRepeat == 3 && kMaxLengthRepeat == 6 && kMaxLongZeros == 138);
 
 int32_t ExtraBitsOf(int32_t symbol) {
   return symbol < kRepeatPreviousLength ? 0 : RepeatRange(symbol).extraBits;
 }
 
-// How many of the first `all` symbols must be declared so that none with a code is left out.
-int32_t DeclaredCount(const HuffmanEncodeTable& code, int32_t all, int32_t least) {
-  while (all > least && code.LengthOf(all - 1) == 0) --all;
-  return all;
+// The number of symbols to declare: without those at the end that have no code, but at least `min`.
+int32_t DeclaredCount(const HuffmanEncodeTable& code, int32_t count, int32_t min) {
+  while (count > min && code.LengthOf(count - 1) == 0) --count;
+  return count;
 }
 
 }  // namespace
@@ -69,8 +69,8 @@ void DynamicHeader::EncodeRuns() {
   }
 }
 
-// Deliberate: here and below the splits are greedy, so that a remainder of one or two goes out as
-// plain records where an even split would save some; other splits give other bytes.
+// Deliberate: the splits here and below are greedy. A remainder of one or two becomes plain
+// records, where an even split would save some; other splits give other bytes.
 void DynamicHeader::RepeatLength(uint8_t length, int32_t count) {
   while (count >= kMinRepeat) {
     const int32_t repeated = std::min(count, kMaxLengthRepeat);
@@ -100,8 +100,8 @@ void DynamicHeader::AddRecord(int32_t symbol, int32_t extra) {
 void DynamicHeader::BuildCode(HuffmanTree& tree) {
   std::array<uint32_t, kCodeLengthSymbols> frequencies{};
   for (int32_t i = 0; i < recordCount_; ++i) ++frequencies[records_[i].symbol];
-  // Deliberate: judged by the frequencies, not by the lengths. They differ when one symbol does all
-  // the work: the neighbour that is paired with it may stay undeclared.
+  // Deliberate: the frequencies decide, not the lengths. These differ when only one symbol is used:
+  // the neighbour paired with it has a code and may stay undeclared.
   orderedCount_ = kCodeLengthSymbols;
   while (orderedCount_ > kMinCodeLengthCount &&
          frequencies[kCodeLengthOrder[orderedCount_ - 1]] == 0) {

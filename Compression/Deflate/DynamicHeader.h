@@ -11,11 +11,11 @@
 
 class DynamicHeader {
  public:
-  // Makes the header that declares these two codes; `tree` is worked with.
+  // Makes the header that declares these two codes. `tree` is work space.
   void Build(const HuffmanEncodeTable& literals, const HuffmanEncodeTable& distances,
              HuffmanTree& tree);
 
-  // Its estimated size in bits, with the block's own three header bits left out.
+  // The estimated size in bits, without the block's own three header bits.
   int32_t SizeInBits() const;
 
   // False: the writer's stream refused bytes.

@@ -1,5 +1,5 @@
-// A Huffman code for writing: the bits of every symbol, made from frequencies or from given lengths
-// (RFC 1951, section 3.2.2).
+// A Huffman code for encoding: the bits of every symbol, made from frequencies or from given
+// lengths (RFC 1951, section 3.2.2).
 #pragma once
 
 #include <array>
@@ -16,14 +16,14 @@ struct HuffmanCode {
 
 class HuffmanEncodeTable {
  public:
-  // Makes the code of `symbolCount` symbols of these frequencies, no longer than `maxLength` bits.
-  // Which symbols get a code, and the limits of the arguments: HuffmanTree::Build. It is done with
-  // `tree`, which holds the tree afterwards and may serve many tables.
+  // Makes the code of `symbolCount` symbols with these frequencies, at most `maxLength` bits long.
+  // HuffmanTree::Build says which symbols get a code and what the arguments are limited to. `tree`
+  // is work space; it holds the tree afterwards and may serve many tables.
   void BuildFromFrequencies(const uint32_t* frequencies, int32_t symbolCount, int32_t maxLength,
                             HuffmanTree& tree);
 
-  // Makes the canonical code of the given lengths. False: a length above 15, or more codes than
-  // there are bit patterns. Requires: symbolCount <= HuffmanTree::kMaxSymbols.
+  // Makes the canonical code of the given lengths. False: a length is above kMaxCodeLength, or the
+  // code is over-subscribed. Requires: symbolCount <= HuffmanTree::kMaxSymbols.
   [[nodiscard]] constexpr bool AssignCanonicalCodes(const uint8_t* lengths, int32_t symbolCount) {
     uint16_t bits[HuffmanTree::kMaxSymbols] = {};
     if (!::AssignCanonicalCodes(lengths, symbolCount, bits)) return false;

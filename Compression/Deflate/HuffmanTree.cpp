@@ -8,7 +8,7 @@
 void HuffmanTree::Build(const uint32_t* frequencies, int32_t symbolCount, int32_t maxLength,
                         uint8_t* lengths) {
   TakeLeaves(frequencies, symbolCount);
-  SortLeaves();
+  BoundedSort(leaves_.data(), 0, leafCount_ - 1, 0);
   MergeAll();
   FillByLength();
   LimitLengths(maxLength);
@@ -22,7 +22,7 @@ void HuffmanTree::TakeLeaves(const uint32_t* frequencies, int32_t symbolCount) {
   leafCount_ = 0;
   for (int32_t symbol = 0; symbol < symbolCount; ++symbol) {
     leaves_[leafCount_] = MakeKey(frequencies[symbol], symbol);
-    leafCount_ += frequencies[symbol] != 0;  // at random: no branch
+    leafCount_ += frequencies[symbol] != 0;  // without a branch, which would be mispredicted
   }
   if (leafCount_ == 0) leaves_[leafCount_++] = MakeKey(1, symbolCount - 1);
   if (leafCount_ == 1) {
@@ -32,9 +32,7 @@ void HuffmanTree::TakeLeaves(const uint32_t* frequencies, int32_t symbolCount) {
   }
 }
 
-void HuffmanTree::SortLeaves() { BoundedSort<Order::kTotal>(leaves_.data(), 0, leafCount_ - 1, 0); }
-
-// Joins the two least frequent nodes until one is left, the root.
+// Joins the two least frequent nodes until only the root is left.
 void HuffmanTree::MergeAll() {
   // In ascending order the leaves are a heap already.
   for (int32_t i = 0; i < leafCount_; ++i) {
@@ -55,9 +53,9 @@ void HuffmanTree::MergeAll() {
   root_ = heap_[1].node;
 }
 
-// Deliberate: here and in Pop two inner nodes of one frequency compare equal, so a record moves
-// only past one that is strictly greater, and of two equal children the left one is taken. Other
-// choices give other trees.
+// Deliberate: two inner nodes of one frequency compare equal. Here and in Pop a record moves only
+// past one that is strictly greater, and of two equal children the left one is taken. Other choices
+// give other trees.
 void HuffmanTree::Push(HeapRecord record) {
   uint32_t hole = ++heapSize_;
   for (; hole > 1 && record < heap_[hole / 2]; hole /= 2) heap_[hole] = heap_[hole / 2];
@@ -67,15 +65,15 @@ void HuffmanTree::Push(HeapRecord record) {
 HuffmanTree::HeapRecord HuffmanTree::Pop() {
   const HeapRecord least = heap_[1];
   const HeapRecord moved = heap_[heapSize_--];
-  // The hole goes down to a leaf and the moved record up from there: it came from the bottom, so
-  // that is the shorter way. Records do not descend along the path, so it comes to stand where it
-  // would on the way down: behind the last one that is less.
+  // The hole moves down to a leaf, and the moved record then rises from there: it came from the
+  // bottom, so it rarely rises far. Keys never decrease on the way down, so the record ends where
+  // sinking from the root would have put it: after the last record that is less.
   HeapRecord* const heap = heap_.data();
   const std::size_t size = heapSize_;
   std::size_t hole = 1;
   std::size_t child = 2;
   for (; child < size; child = 2 * hole) {
-    child += heap[child + 1] < heap[child];  // at random: no branch
+    child += heap[child + 1] < heap[child];  // without a branch, which would be mispredicted
     heap[hole] = heap[child];
     hole = child;
   }
@@ -88,7 +86,7 @@ HuffmanTree::HeapRecord HuffmanTree::Pop() {
   return least;
 }
 
-// A node is made after its children, so parents come first from the end.
+// A node is made after its children, so a walk from the end meets each parent first.
 void HuffmanTree::FillByLength() {
   std::array<uint8_t, std::size_t{2} * kMaxSymbols> depths;
   depths[root_] = 0;
@@ -98,14 +96,14 @@ void HuffmanTree::FillByLength() {
   for (int32_t i = 0; i < leafCount_; ++i) byLength_[i] = {static_cast<Index>(i), depths[i]};
 }
 
-// Moves the deepest leaf X beside a leaf Y that still has room below the limit, again and again.
-// The tree stays complete: X's sibling takes their parent's place one level up, and X and Y become
-// children of a node in Y's place.
+// While the deepest leaf X is too deep, moves it next to a leaf Y above the limit. The tree stays
+// complete: X's sibling takes their parent's place, one level up, and a new parent of X and Y takes
+// Y's place.
 void HuffmanTree::LimitLengths(int32_t maxLength) {
   const bool isWithin = std::none_of(byLength_.begin(), byLength_.begin() + leafCount_,
                                      [=](const LeafLength& r) { return r.length > maxLength; });
   if (isWithin) return;
-  BoundedSort<Order::kPartial>(byLength_.data(), 0, leafCount_ - 1, 0);
+  BoundedSort(byLength_.data(), 0, leafCount_ - 1, 0);
   const int32_t last = leafCount_ - 1;
   while (byLength_[last].length > maxLength) {
     LeafLength& x = byLength_[last];
@@ -130,11 +128,11 @@ void HuffmanTree::LimitLengths(int32_t maxLength) {
     nodes_[parent].right = xNode;
     nodes_[yNode].parent = parent;
     nodes_[xNode].parent = parent;
-    SortedAgain();
+    RestoreOrder();
   }
 }
 
-// Takes a leaf and its parent out of the tree; the sibling, which is returned, takes the parent's
+// Removes a leaf and its parent from the tree. The sibling, which is returned, takes the parent's
 // place.
 HuffmanTree::Index HuffmanTree::Unhook(Index leaf) {
   const Node& parent = nodes_[nodes_[leaf].parent];
@@ -143,7 +141,7 @@ HuffmanTree::Index HuffmanTree::Unhook(Index leaf) {
   return sibling;
 }
 
-// Puts `replacement` where `old` hangs.
+// Puts `replacement` in the place of `old`.
 void HuffmanTree::Replace(Index old, Index replacement) {
   const Index above = nodes_[old].parent;
   nodes_[replacement].parent = above;
@@ -154,16 +152,13 @@ void HuffmanTree::Replace(Index old, Index replacement) {
   }
 }
 
-// An insertion sort: only a few lengths have changed, and equal ones keep their order.
-void HuffmanTree::SortedAgain() {
+// Insertion sort: only a few lengths have changed, and equal lengths must keep their order.
+void HuffmanTree::RestoreOrder() {
   for (int32_t i = 1; i < leafCount_; ++i) {
     const LeafLength record = byLength_[i];
-    int32_t place = i;
-    while (place > 0 && record < byLength_[place - 1]) {
-      byLength_[place] = byLength_[place - 1];
-      --place;
-    }
-    byLength_[place] = record;
+    int32_t slot = i;
+    for (; slot > 0 && record < byLength_[slot - 1]; --slot) byLength_[slot] = byLength_[slot - 1];
+    byLength_[slot] = record;
   }
 }
 

@@ -1,7 +1,7 @@
-// The tree behind a length-limited Huffman code (Huffman 1952, merged through a binary heap).
+// The tree of a length-limited Huffman code (Huffman 1952), built with a binary heap.
 //
-// Ties decide output bytes, and often: at one frequency the lower symbol merges first, and every
-// leaf before any inner node.
+// Ties are frequent and decide output bytes: of equal frequencies the lower symbol merges first,
+// and every leaf before any inner node.
 #pragma once
 
 #include <array>
@@ -24,12 +24,12 @@ class HuffmanTree {
     int16_t symbol;  // kNone: an inner node
   };
 
-  // Builds the tree for the symbols with a frequency, of `symbolCount` in all, and stores the code
-  // length of every symbol, at most `maxLength`, in `lengths`; 0 for a symbol without a code. There
-  // are always two codes, or one when symbolCount is 1: a lone symbol is paired with its upper
-  // neighbour (the last one with its lower), and with no symbol at all the last one is taken.
-  // Requires: 1 <= symbolCount <= kMaxSymbols, symbolCount <= 2^maxLength, and frequencies whose
-  // sum is at most kMaxFrequencySum.
+  // Builds the tree of those of `symbolCount` symbols whose frequency is not 0. Stores the code
+  // length of every symbol in `lengths`: at most `maxLength`, and 0 for a symbol without a code.
+  // There are always two codes, or one when symbolCount is 1: a lone symbol is paired with its
+  // upper neighbour, the last symbol with its lower one, and without any frequency the last symbol
+  // counts as used. Requires: 1 <= symbolCount <= kMaxSymbols, symbolCount <= 2^maxLength, and
+  // frequencies whose sum is at most kMaxFrequencySum.
   void Build(const uint32_t* frequencies, int32_t symbolCount, int32_t maxLength, uint8_t* lengths);
 
   int32_t Root() const { return root_; }
@@ -40,8 +40,7 @@ class HuffmanTree {
   void DumpTree(int32_t node, int32_t depth) const;
 
  private:
-  // Orders nodes by frequency, then by what merges first: leaves by symbol, then inner nodes, which
-  // are all alike.
+  // Orders nodes by frequency, then leaves by symbol; inner nodes follow the leaves and tie.
   using Key = uint32_t;
   static constexpr int32_t kTieBits = 10;
   static constexpr int32_t kInnerNode = 1 << (kTieBits - 1);
@@ -60,14 +59,13 @@ class HuffmanTree {
 
   // A leaf with its code length, ordered by the length alone.
   struct LeafLength {
-    Index leaf;  // the place in leaves_, and the node of that number
+    Index leaf;  // the index in leaves_, which is also that of its node
     uint8_t length;
     bool operator<(const LeafLength& other) const { return length < other.length; }
     bool operator==(const LeafLength& other) const { return length == other.length; }
   };
 
   void TakeLeaves(const uint32_t* frequencies, int32_t symbolCount);
-  void SortLeaves();
   void MergeAll();
   void Push(HeapRecord record);
   HeapRecord Pop();
@@ -75,7 +73,7 @@ class HuffmanTree {
   void LimitLengths(int32_t maxLength);
   Index Unhook(Index leaf);
   void Replace(Index old, Index replacement);
-  void SortedAgain();
+  void RestoreOrder();
 
   std::array<Node, std::size_t{2} * kMaxSymbols> nodes_;
   int32_t nodeCount_ = 0;

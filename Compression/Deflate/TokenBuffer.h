@@ -1,5 +1,5 @@
-// The parse of one deflate block: literals and matches, and how often each symbol occurs, between
-// the parser that appends them and the block writer that walks them.
+// The tokens of one deflate block and the frequency of each symbol. The parser appends them, the
+// block writer walks them.
 #pragma once
 
 #include <array>
@@ -8,7 +8,7 @@
 
 #include "Compression/Format/DeflateFormat.h"
 
-// What the shortest match stands for.
+// The bytes that the shortest match stands for.
 using ThreeBytes = std::array<uint8_t, kMinMatchLength>;
 
 // One token in 32 bits:
@@ -20,7 +20,7 @@ using ThreeBytes = std::array<uint8_t, kMinMatchLength>;
 // A triple is three literals in the place of a match of three bytes.
 class Token {
  public:
-  // Of no value: the buffer's tokens are written before they are read.
+  // Uninitialised: the buffer's tokens are written before they are read.
   // cppcheck-suppress uninitMemberVar
   Token() = default;
   static Token Literal(uint8_t byte) { return Token(byte); }
@@ -57,7 +57,7 @@ class Token {
   uint32_t bits_;
 };
 
-// How often each symbol occurs, the end of the block included.
+// The frequency of each symbol, the end of the block included.
 struct SymbolCounts {
   std::array<uint32_t, kLiteralLengthSymbols> literals;
   std::array<uint32_t, kDistanceSymbols> distances;
@@ -78,8 +78,9 @@ class TokenBuffer {
   void AppendMatch(int32_t distance, int32_t length, const uint8_t* bytes);
 
   // True when the block must be written now.
-  // Deliberate: counted as if tokens were packed into 64 KiB, a literal as one byte and a match as
-  // three, with a byte of flags before each group of eight. Other bounds would give other blocks.
+  // Deliberate: it counts as if tokens were packed into 64 KiB, a literal as one byte and a match
+  // as three, with a byte of flags before each group of eight. Other bounds would give other
+  // blocks.
   bool IsFull() const {
     const int32_t flagBytes = (count_ + kTokensPerGroup - 1) / kTokensPerGroup;
     return count_ + (kMatchBytes - 1) * matchCount_ + flagBytes >= kFullAt;
@@ -87,10 +88,10 @@ class TokenBuffer {
 
   std::span<const Token> Tokens() const { return {tokens_.data(), static_cast<size_t>(count_)}; }
   const SymbolCounts& Counts() const { return counts_; }
-  int32_t RawBytes() const { return count_ + savedBytes_; }  // that the tokens stand for
+  int32_t RawBytes() const { return count_ + savedBytes_; }  // the bytes that the tokens stand for
 
-  // Turns every match of three bytes for which `isBetter(distanceSymbol, bytes)` holds into three
-  // literals; true when one was.
+  // Turns every match of three bytes for which `isBetter(distanceSymbol, bytes)` holds into a
+  // literal triple. True when there was one.
   template <typename IsBetter>
   bool ConvertShortMatches(const IsBetter& isBetter);
 
@@ -110,8 +111,8 @@ class TokenBuffer {
   static_assert(kMaxTokens <= 1 << 16);
 
   int32_t count_;
-  int32_t matchCount_;  // of matches appended
-  int32_t savedBytes_;  // that they stand for, less one each
+  int32_t matchCount_;  // matches appended
+  int32_t savedBytes_;  // their bytes, less one for each
   int32_t shortCount_;
   SymbolCounts counts_;
   std::array<Token, kMaxTokens> tokens_;

@@ -43,6 +43,8 @@ TEST(DeflateEncoder, ChoosesTheCheapestKindOfBlock) {
   Core::MemoryStream nothing, out;
   const auto encoder = std::make_unique<DeflateEncoder>(nothing, out, 9);
   ASSERT_TRUE(encoder->Compress() && encoder->Blocks().BlockCount() == 1);
+  const Bytes once = BytesOf(out);
+  EXPECT_TRUE(!encoder->Compress() && BytesOf(out) == once) << "a second call writes nothing";
   EXPECT_EQ(encoder->Blocks().HeaderBits(), 26 + 18 * 3 + 4 * 1 + 3 * 8) << "1s and zero runs";
 }
 
@@ -124,6 +126,15 @@ TEST(BitWriter, PacksBitsAndRefusesTwoWayStreamsOnlyWhenAttached) {
     EXPECT_TRUE(attached.Attach(&sink) && attached.WriteByte(7));
   }  // the destructors write the last bits, of the last writer first
   EXPECT_EQ(BytesOf(out), (Bytes{0xFD, 0xFF, 0xFF, 0xFF, 0x07, 0x07, 0xAB, 0x01}));
+}
+
+TEST(BitWriter, StaysRefusedWhateverIsAttached) {
+  Core::MemoryStream out;
+  FaultyStream full(out, 0, Fault::kRefuse), sink(out, 1000, Fault::kRefuse, Core::kWritable);
+  BitWriter writer(full);
+  EXPECT_TRUE(writer.WriteByte(1) && !writer.AlignToByte());
+  EXPECT_FALSE(writer.Attach(&sink) || writer.WriteByte(2) || writer.Flush());
+  EXPECT_EQ(out.GetSize(), 0);
 }
 
 TEST(BitWriter, HasRoomForBurstsOfAnyLength) {

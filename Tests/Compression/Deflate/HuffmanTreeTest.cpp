@@ -96,14 +96,11 @@ TEST(BoundedSort, EndsTheProgramWhenItIsTooDeep) {
     std::swap(records.back(), records[(records.size() - 1) / 2]);
   }
   std::vector<uint64_t> sorted = records;
-  BoundedSort<Order::kTotal>(sorted.data(), 0, 256, 0);
+  BoundedSort(sorted.data(), 0, 256, 0);
   EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
   records.push_back(257);
   std::swap(records[257], records[128]);
-  EXPECT_EXIT(BoundedSort<Order::kTotal>(records.data(), 0, 257, 0), testing::ExitedWithCode(1),
-              "^$");
-  EXPECT_EXIT(BoundedSort<Order::kPartial>(records.data(), 0, 257, 0), testing::ExitedWithCode(1),
-              "^$");
+  EXPECT_EXIT(BoundedSort(records.data(), 0, 257, 0), testing::ExitedWithCode(1), "^$");
 }
 
 // The order decides which symbols get the shorter codes, so it is to stay as it is.
@@ -116,7 +113,7 @@ TEST(BoundedSort, LeavesEqualRecordsInAnOrderOfItsOwn) {
   std::vector<Record> records;
   for (char key : std::string("13003131300103"))
     records.push_back({key, char('a' + records.size())});
-  BoundedSort<Order::kPartial>(records.data(), 0, 13, 0);
+  BoundedSort(records.data(), 0, 13, 0);
   std::string names;
   for (const Record& record : records) names += record.name;
   EXPECT_EQ(names, "cdjmkahlfeibng");
