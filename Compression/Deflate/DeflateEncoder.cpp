@@ -54,7 +54,7 @@ bool DeflateEncoder::Parse(int32_t& count, int32_t reserve) {
   while (done < count) {
     const int32_t lookahead = count - done + reserve;
     // The same as Step would do, without a search; frequent in pictures that hardly repeat.
-    if (IsLazy() && !pending_.isPending && lookahead >= LongestMatchFinder::kLongKey &&
+    if (IsLazy() && !pending_.isPending && lookahead >= LongestMatchFinder::kLongMatch &&
         longestFinder_.IsNew(window_)) {
       tokens_.AppendLiteral(*window_.Here());
       window_.Advance(1);

@@ -6,8 +6,8 @@
 
 #include "Core/Endian.h"
 
-// The number of leading bytes, at most `maxLength`, in which two places agree, of which `known` are
-// known to.
+// The number of leading bytes, at most `maxLength`, in which two places agree; the first `known`
+// bytes are known to.
 inline int32_t CommonLength(const uint8_t* there, const uint8_t* here, int32_t known,
                             int32_t maxLength) {
   int32_t length = known;

@@ -1,5 +1,5 @@
-// The input window of the encoder. A history of 32 KiB stands before the position, the bytes not
-// yet parsed behind it; Slide moves both down when the position has passed the middle.
+// The input window of the encoder: a history of up to 32 KiB before the position, and the bytes not
+// yet parsed after it. Slide moves both down when the position has passed the middle.
 #pragma once
 
 #include <algorithm>
@@ -16,24 +16,24 @@ class DeflateWindow {
 
   DeflateWindow() { std::fill_n(bytes_.begin(), kMargin, uint8_t{0}); }
 
-  // Tops up the `available` bytes from the position on to kHistoryBytes with one Read of `source`.
-  // The count read, or -1 when the source refused or is null.
+  // Adds bytes after the `available` ones from the position on, up to kHistoryBytes in all, with
+  // one Read of `source`. Returns the count read, or -1 when the source refused or is null.
   int32_t Fill(Core::Stream* source, int32_t available);
 
   // Drops the history beyond kHistoryBytes when the position has passed the middle of the window.
-  // `end` is the end of the data. How far everything has moved down.
+  // `end` is the end of the data. Returns how far everything has moved down.
   int32_t Slide(int32_t end);
 
   int32_t Position() const { return position_; }  // of the next byte to be parsed
   void Advance(int32_t count) { position_ += count; }
   const uint8_t* Here() const { return Bytes() + position_; }
 
-  // All kSize bytes of it. What was never written is not defined, but for kMargin zeros before the
-  // first byte and behind the furthest end that the data ever had.
+  // All kSize bytes. Bytes never written are undefined, except kMargin zeros before the first byte
+  // and after the furthest end that the data ever had.
   const uint8_t* Bytes() const { return bytes_.data() + kMargin; }
 
  private:
-  // Keys, runs and words are read up to this far beyond the data.
+  // Keys, runs and words may be read so many bytes beyond the data.
   static constexpr int32_t kMargin = 16;
 
   uint8_t* Data() { return bytes_.data() + kMargin; }

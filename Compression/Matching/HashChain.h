@@ -1,9 +1,9 @@
-// A hash chain over keys of kKeyBytes bytes: for each place of the data how far back the last place
-// stands whose key fell into the same bucket. All places are linked, so the places of one key can
-// be visited from the newest to the oldest.
+// Hash chains over keys of kKeyBytes bytes. Every place of the data has a link: how far back the
+// next older place lies whose key falls into the same bucket. So a search can visit the places of a
+// key from the newest to the oldest. Docs/MatchSearch.md draws such chains.
 //
-// A place is named by its count from the start of the data, modulo 2^16, so that nothing has to be
-// moved when the window slides. Only what lies kDeflateWindowSize back and less can be told.
+// A place is a position counted from the start of the data, modulo 2^16: nothing moves when the
+// window slides. Links reach back kDeflateWindowSize bytes at most.
 #pragma once
 
 #include <algorithm>
@@ -19,7 +19,8 @@ class HashChain {
  public:
   static constexpr int32_t kMaxHashBits = kKeyBytes == 3 ? 15 : 16;
 
-  // Forgets all links. The first place to be linked is `place`; `hashBits` suit the amount of data.
+  // Empties the chains. `place` will be the first to be linked; the table gets 2^hashBits buckets,
+  // or as many as it can have.
   void Reset(int32_t hashBits, uint32_t place) {
     hashShift_ = 32 - std::min(hashBits, kMaxHashBits);
     linked_ = place;
@@ -27,14 +28,15 @@ class HashChain {
     std::fill_n(heads_.begin(), BucketCount(), static_cast<uint16_t>(place - kTooFar));
   }
 
-  // The distance from `place` of the next older one behind that at `distance`, or of the newest one
-  // for 0; more than kDeflateWindowSize if there is none in reach. Others of its bucket come too.
+  // How far back from `place` the next older link lies, given the link at `distance` (0: start at
+  // the newest); more than kDeflateWindowSize if there is none in reach. Places of other keys in
+  // the same bucket appear too.
   int32_t Next(uint32_t place, int32_t distance) const {
     return distance + chain_[static_cast<uint16_t>(place - static_cast<uint32_t>(distance))] + 1;
   }
 
-  // The same as Next for 0, also for the first place that is not linked. `bytes` are those of the
-  // place.
+  // The same as Next(place, 0), also for the first place that is not linked yet. `bytes` are those
+  // at the place.
   int32_t Newest(uint32_t place, const uint8_t* bytes) const {
     return place == linked_ ? Link16(place, heads_[Bucket(bytes)]) + 1 : Next(place, 0);
   }
@@ -46,8 +48,8 @@ class HashChain {
 
   static constexpr int32_t kPlaces = 65536;
 
-  // A head this far back is out of reach for the places to come, and still is not taken for a new
-  // one kFreshFor places later, when the heads are looked through again.
+  // A head this far back is out of reach for every later place. It stays so for the next kFreshFor
+  // places; then RefreshHeads runs again, before it could be mistaken for a new one.
   static constexpr uint32_t kTooFar = kDeflateWindowSize + 1;
   static constexpr uint32_t kFreshFor = kPlaces - 1 - kTooFar;
 
@@ -70,7 +72,7 @@ class HashChain {
     return key * 0x9E3779B1 >> hashShift_;
   }
 
-  // A link holds a distance less one; of all that is out of reach it is kDeflateWindowSize or more.
+  // A link holds a distance less one; kDeflateWindowSize or more is out of reach.
   static uint16_t Link16(uint32_t place, uint16_t head) {
     return static_cast<uint16_t>(place - head - 1);
   }
@@ -92,14 +94,14 @@ class HashChain {
   std::array<uint16_t, kPlaces> chain_;
 };
 
-// Links the places of several chains whose keys of the first chain, which has the longest, are
-// complete in the data that ends at `end`. `bytes` are those of the place `start`, which is not
-// above the first place that is not linked. Chains that are once linked together always are.
+// Links the places of several chains, as far as the data, which ends at place `end`, holds a whole
+// key of the first chain, which has the longest keys. `bytes` are those at place `start`, at or
+// before the first place not linked yet. Chains linked together once are always linked together.
 template <int32_t kLongest, int32_t... kOthers>
 void LinkPlaces(const uint8_t* bytes, uint32_t start, uint32_t end, HashChain<kLongest>& longest,
                 HashChain<kOthers>&... others) {
-  constexpr int32_t kStride = 8;   // places from one look for a run to the next
-  constexpr int32_t kMinRun = 16;  // places; below, a run is linked one by one
+  constexpr int32_t kStride = 8;   // places between two tests for a run
+  constexpr int32_t kMinRun = 16;  // places; a shorter run is linked place by place
   constexpr int32_t kPixelBytes = PixelRuns::kPixelBytes;
   const int32_t last = static_cast<int32_t>(end - start) - kLongest + 1;
   for (int32_t i = static_cast<int32_t>(longest.linked_ - start); i < last;) {
@@ -111,7 +113,7 @@ void LinkPlaces(const uint8_t* bytes, uint32_t start, uint32_t end, HashChain<kL
     while (i < stop) {
       if (i >= kPixelBytes &&
           Core::LoadLittle64(bytes + i - kPixelBytes) == Core::LoadLittle64(bytes + i)) {
-        const int32_t run = PixelRuns::Behind(bytes + i - kPixelBytes, stop - i + kLongest - 1);
+        const int32_t run = PixelRuns::After(bytes + i - kPixelBytes, stop - i + kLongest - 1);
         const int32_t count = run - kLongest + 1;
         const int32_t period = PixelRuns::PeriodOf(Core::LoadLittle32(bytes + i));
         if (count >= kMinRun && longest.AreApart(bytes + i, period) &&
@@ -134,8 +136,8 @@ void LinkPlaces(const uint8_t* bytes, uint32_t start, uint32_t end, HashChain<kL
   }
 }
 
-// Places repeat modulo 2^16. An older head would seem near and lead into the chain of another
-// bucket, where nothing can match: a walk for nothing.
+// Keeps heads that are out of reach out of reach: places repeat modulo 2^16, so an old head would
+// seem near and lead into the chain of another bucket, a walk for nothing.
 template <int32_t kKeyBytes>
 void HashChain<kKeyBytes>::RefreshHeads() {
   const uint16_t now = static_cast<uint16_t>(linked_);
@@ -147,7 +149,7 @@ void HashChain<kKeyBytes>::RefreshHeads() {
   freshUntil_ = linked_ + kFreshFor;
 }
 
-// Whether the keys of the first `period` places have a bucket each.
+// True when the keys of the first `period` places fall into different buckets.
 template <int32_t kKeyBytes>
 bool HashChain<kKeyBytes>::AreApart(const uint8_t* bytes, int32_t period) const {
   uint32_t buckets[PixelRuns::kPixelBytes];
@@ -158,9 +160,9 @@ bool HashChain<kKeyBytes>::AreApart(const uint8_t* bytes, int32_t period) const 
   return true;
 }
 
-// Links `count` places in a run of one pixel that begins before them: there the last place of each
-// key is one period back. Requires: AreApart, or else the links of one key would lead past places
-// of another in its bucket.
+// Links `count` places in a run of one pixel that begins before them: the newest place of each key
+// is one period back. Requires: AreApart. Otherwise two keys of the run share a bucket, whose links
+// must visit the places of both.
 template <int32_t kKeyBytes>
 void HashChain<kKeyBytes>::InsertRun(uint32_t place, const uint8_t* bytes, int32_t count,
                                      int32_t period) {

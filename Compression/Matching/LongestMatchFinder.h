@@ -1,5 +1,5 @@
-// The search for the longest match among all places in reach, for a parser that inserts every
-// place: what the plain walk along three-byte chains finds, found with fewer looks.
+// The search for the longest match among all places in reach, for a parser that links every place.
+// It finds what the plain walk along three-byte chains finds, but visits fewer candidates.
 #pragma once
 
 #include <algorithm>
@@ -10,29 +10,33 @@
 #include "Compression/Matching/HashChain.h"
 #include "Compression/Matching/MatchWalk.h"
 
-// A match of n bytes stands on the chains of all keys inside it. So it is looked for on those of
-// the longest keys first, where few places are, and on each chain the walk goes on along the key
-// that takes it furthest. Where the order of the plain walk decides the result
-// (MatchWalk::SkipsFurther), that walk is made.
+// A match of n bytes stands on the chains of all keys inside it. So the search takes the chains of
+// the longest keys first, which have the fewest places, and follows the key that leads furthest.
+// Where the order of the plain walk decides the result (MatchWalk::SkipsFurther), it makes that
+// walk. Docs/MatchSearch.md works out an example.
+//
+// Data is dense when the searches of one fill of the window visit many candidates a byte. Then
+// chains of longer keys are linked too, for a while.
 class LongestMatchFinder {
  public:
-  static constexpr int32_t kLongKey = 4;  // from here on, a match is looked for by FindLong
+  static constexpr int32_t kLongMatch = 4;  // matches from this length on are found by FindLong
 
-  // To be called first, with the number of bytes read first, which chooses the size of the tables.
+  // Empties the chains. Call it first, with the number of bytes of the first read, to which the
+  // tables are sized.
   void Reset(int32_t bytesRead);
 
-  // Links all places in data that ends at `end`. To be called after each fill of the window.
+  // Links all places of the data, which ends at `end`. Call it after each fill of the window.
   void Link(const DeflateWindow& window, int32_t end);
 
-  // The longest match for the bytes at the window's position that is longer than `atLeast`, at most
-  // `maxLength` (at most 258) long and `maxDistance` back; of equal ones the nearest, but for
-  // skipped runs (MatchWalk). False: there is none.
+  // Finds the longest match for the bytes at the window's position: longer than `pendingLength`, at
+  // most `maxLength` (at most 258) bytes long and at most `maxDistance` back; of equal ones the
+  // nearest, apart from skipped runs (MatchWalk). False: there is none.
   // Requires: maxDistance <= position, maxLength bytes of linked data at the position.
   bool FindMatch(const DeflateWindow& window, int32_t maxDistance, int32_t maxLength,
-                 int32_t atLeast, Match& match);
+                 int32_t pendingLength, Match& match);
 
-  // Whether no earlier place in reach can match at the window's position: a quick no to most bytes
-  // of what hardly repeats. Requires: kLongKey bytes of linked data there.
+  // True when no place in reach can match at the window's position: a fast test that holds for most
+  // bytes of data that hardly repeats. Requires: kLongMatch bytes of linked data there.
   bool IsNew(const DeflateWindow& window) const {
     const uint32_t place = base_ + static_cast<uint32_t>(window.Position());
     return threes_.Next(place, 0) > std::min(window.Position(), DeflateWindow::kHistoryBytes);
@@ -44,33 +48,35 @@ class LongestMatchFinder {
  private:
   static constexpr int32_t kMinHashBits = 8;
 
-  struct DeepChains {
+  struct DenseChains {
     HashChain<8> eights;
     HashChain<16> sixteens;
     HashChain<32> thirtyTwos;
   };
 
-  // A search for a match of more than `best` and at most `most` bytes.
+  // A search for a match of more than `best` and at most `maxLength` bytes.
   struct Search {
     MatchQuery query;
     uint32_t place;  // of query.here
     int32_t best;
-    int32_t most;
+    int32_t maxLength;
     int32_t distance = 0;  // of the candidate
-    int32_t offset = 0;    // of the key whose chain is followed
+    int32_t offset = 0;    // of the key whose chain is followed, from the position
     Match match = {0, 0};  // the best so far
+
+    uint32_t KeyPlace() const { return place + static_cast<uint32_t>(offset); }
   };
 
-  void LinkDeep(const DeflateWindow& window, int32_t end);
-  int32_t NearestLong(const MatchQuery& query, uint32_t place, int32_t offset) const;
-  bool FindAny(const MatchQuery& query, uint32_t place, int32_t nearest, int32_t atLeast,
-               Match& match);
-  bool FindDeep(Search& search);
-  bool WalkPlainly(const MatchQuery& query, uint32_t place, int32_t nearest, int32_t atLeast,
+  void LinkDense(const DeflateWindow& window, int32_t end);
+  int32_t NearestOfFour(const MatchQuery& query, uint32_t place) const;
+  bool FindDense(Search& search);
+  bool WalkPlainly(const MatchQuery& query, int32_t nearest, uint32_t place, int32_t pendingLength,
                    Match& match) const;
-  bool FindShort(const MatchQuery& query, uint32_t place, Match& match) const;
+  bool FindThree(const MatchQuery& query, uint32_t place, Match& match) const;
   template <int32_t kKeyBytes>
   bool FindLong(const HashChain<kKeyBytes>& chain, Search& search);
+  template <int32_t kKeyBytes>
+  int32_t FindLonger(const HashChain<kKeyBytes>& chain, Search& search);
   template <int32_t kKeyBytes>
   static void Hop(const HashChain<kKeyBytes>& chain, Search& search, int32_t passed);
   template <int32_t kKeyBytes>
@@ -79,9 +85,9 @@ class LongestMatchFinder {
 
   uint32_t base_ = 0;  // place of the window's first byte
   int32_t hashBits_ = 0;
-  int32_t looks_ = 0;      // at candidates since the last fill
-  int32_t deepFills_ = 0;  // for which the chains of deep keys are kept
+  int32_t candidates_ = 0;  // visited since the last fill
+  int32_t denseFills_ = 0;  // fills for which the dense chains are still linked
   HashChain<3> threes_;
-  HashChain<kLongKey> fours_;
-  std::unique_ptr<DeepChains> deep_;  // null until needed, and without memory for it
+  HashChain<4> fours_;
+  std::unique_ptr<DenseChains> dense_;  // null until needed, and when there is no memory for it
 };

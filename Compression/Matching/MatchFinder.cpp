@@ -4,13 +4,13 @@
 
 #include "Compression/Checksums/HashBytes.h"
 
-// A skipped run can lead to a place that was never inserted; there the chain ends.
+// A run skip can lead to a position that was never inserted; the chain ends there.
 void MatchFinder::Reset() {
   heads_.fill(kEmpty);
   chain_.fill(kNoLink);
 }
 
-// The key is read past the end of the data as well: what stands in the window there takes part.
+// The last keys reach past the data: the bytes of the window there are part of them.
 void MatchFinder::Insert(const DeflateWindow& window, int32_t position) {
   const uint8_t* bytes = window.Bytes() + position;
   const uint32_t key = bytes[0] | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16;

@@ -13,8 +13,7 @@ int32_t PeriodicRun(const uint8_t* here, int32_t maxLength) {
   return run - kPeriod;
 }
 
-// Deliberate: the bound on how far back this may lead is odd, and stays: another one would find
-// other matches.
+// Deliberate: the bound on the distance is odd and stays: another bound would find other matches.
 int32_t RunStart(const MatchQuery& query, int32_t distance, int32_t extraRun) {
   const int32_t bound = query.maxDistance - distance - kPeriod;
   int32_t start = distance;

@@ -11,8 +11,8 @@ struct Match {
   int32_t length;
 };
 
-// Where a search stands and how far it may go. `here` has `maxLength` bytes of data behind it and
-// at least `maxDistance` before it.
+// The position of a search and its limits. At least `maxLength` bytes of data follow `here`, and at
+// least `maxDistance` precede it.
 struct MatchQuery {
   const uint8_t* here;
   int32_t maxDistance;
@@ -23,31 +23,31 @@ namespace MatchWalk {
 
 constexpr int32_t kPeriod = 3;  // of the runs that are skipped in one step
 
-// How many bytes, in whole periods, the three bytes at a place are repeated behind themselves.
-// Counted in steps of three while more than two of maxLength bytes are left, so the last period may
+// The number of bytes, in whole periods, in which the three bytes at a place are repeated right
+// after it. Counts a period while more than two of maxLength bytes are left, so the last one may
 // reach past the data.
 int32_t PeriodicRun(const uint8_t* here, int32_t maxLength);
 
-// Whether skipping a run can lead past the nearest of the longest matches: the run at the position
-// reaches as far as the longest match allowed, so that several places match in full. Everywhere
-// else the places that are skipped match for fewer bytes than the one that the walk goes on from.
+// True when a run skip can pass the nearest of the longest matches: the run at the position is as
+// long as the longest match allowed, so several places match in full. Otherwise every skipped place
+// matches fewer bytes than the one from which the walk goes on.
 inline bool SkipsFurther(const MatchQuery& query) {
   return ((Core::LoadLittle32(query.here) ^ Core::LoadLittle32(query.here + kPeriod)) & 0xFFFFFF) ==
              0 &&
          kPeriod + PeriodicRun(query.here, query.maxLength) > query.maxLength;
 }
 
-// The distance of the earliest place from which the three bytes at a candidate repeat up to it, at
-// most as often as they repeat at the position, where `extraRun` bytes do. A candidate inside such
-// a run matches no longer than its start does, so a walk goes on from there.
+// The distance of the start of the run of three bytes that the candidate at `distance` lies in, but
+// at most as many periods further back as the position has: `extraRun` bytes. No candidate inside a
+// run has a longer match than the start, so a walk goes on from the start.
 int32_t RunStart(const MatchQuery& query, int32_t distance, int32_t extraRun);
 
-// Follows a chain from the candidate at `distance` on: `next` gives the distance of the next older
-// one behind that at its argument, or more than kDeflateWindowSize. Of the longest matches the
-// nearest, as far as runs are not skipped; of length 0 if there is none.
+// Follows a chain from the candidate at `distance` on: `next(d)` is the distance of the next older
+// candidate after the one at d, or more than kDeflateWindowSize. Returns the nearest of the longest
+// matches, apart from skipped runs; length 0 if there is none.
 //
-// The walk has no limit of steps: it ends with the chain, beyond maxDistance, or at a match of full
-// length. The time is spent for the longest match.
+// The number of steps has no limit: the walk ends with the chain, beyond maxDistance, or at a match
+// of full length. It spends time to find the longest match.
 template <typename Next>
 Match Walk(const MatchQuery& query, int32_t distance, const Next& next) {
   const uint8_t* const here = query.here;

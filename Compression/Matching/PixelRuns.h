@@ -1,5 +1,5 @@
-// Runs of one pixel: stretches in which every byte equals the one four places before it. Much of a
-// picture is such a run, and a hash chain passes through each of its pixels.
+// Runs of one pixel: stretches in which every byte equals the one four bytes before it. Much of a
+// picture is such a run, and every pixel of it is a link of the same hash chain.
 #pragma once
 
 #include <bit>
@@ -12,26 +12,26 @@ namespace PixelRuns {
 
 constexpr int32_t kPixelBytes = 4;
 
-// After how many bytes a run of the pixel `word` repeats: 1, 2 or 4.
+// The period of a run of the pixel `word` in bytes: 1, 2 or 4.
 inline int32_t PeriodOf(uint32_t word) {
   return word == std::rotl(word, 8) ? 1 : word == std::rotl(word, 16) ? 2 : kPixelBytes;
 }
 
-// How many bytes from `bytes` on, at most `most`, equal the ones four places behind them.
-inline int32_t Behind(const uint8_t* bytes, int32_t most) {
-  return CommonLength(bytes, bytes + kPixelBytes, 0, most);
+// The number of bytes from `bytes` on, at most `maxCount`, that equal the byte four bytes later.
+inline int32_t After(const uint8_t* bytes, int32_t maxCount) {
+  return CommonLength(bytes, bytes + kPixelBytes, 0, maxCount);
 }
 
-// How many bytes before `bytes`, at most `most`, equal the ones four places behind them.
-inline int32_t Before(const uint8_t* bytes, int32_t most) {
+// The number of bytes before `bytes`, at most `maxCount`, that equal the byte four bytes later.
+inline int32_t Before(const uint8_t* bytes, int32_t maxCount) {
   int32_t count = 0;
-  while (count + 8 <= most) {
+  while (count + 8 <= maxCount) {
     const uint64_t difference =
         Core::LoadLittle64(bytes - count - 8) ^ Core::LoadLittle64(bytes - count - 4);
     if (difference != 0) return count + std::countl_zero(difference) / 8;
     count += 8;
   }
-  while (count < most && bytes[-1 - count] == bytes[kPixelBytes - 1 - count]) ++count;
+  while (count < maxCount && bytes[-1 - count] == bytes[kPixelBytes - 1 - count]) ++count;
   return count;
 }
 

@@ -87,7 +87,7 @@ void TestAgreement(const Bytes& data, uint32_t seed) {
       Match found = {0, 0};
       const bool isFound = longest.FindMatch(window, maxDistance, maxLength, atLeast, found);
       ASSERT_EQ(isFound, expected.length > atLeast) << done << " " << atLeast;
-      ASSERT_FALSE(expected.length > 0 && maxLength >= LongestMatchFinder::kLongKey &&
+      ASSERT_FALSE(expected.length > 0 && maxLength >= LongestMatchFinder::kLongMatch &&
                    longest.IsNew(window));
       ASSERT_TRUE(!isFound ||
                   (found.length == expected.length && found.distance == expected.distance))
