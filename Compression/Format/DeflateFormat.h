@@ -1,5 +1,5 @@
 // Everything that RFC 1951 fixes, shared by the decoder and the encoder: block types, alphabets,
-// the values behind length and distance codes, and the layout of a dynamic block's header.
+// the values of length and distance codes, and the layout of a dynamic block's header.
 #pragma once
 
 #include <array>

@@ -19,11 +19,12 @@ void LongestMatchFinder::Link(const DeflateWindow& window, int32_t end) {
   LinkDense(window, end);
 }
 
-// Linking the dense chains takes longer than all other work for most data, and saves nearly all
+// Linking the dense chains takes longer than all other work for most data, and saves most of the
 // time for noise of few colours, where the same four bytes stand everywhere. So they are linked for
-// some fills after a search has visited many candidates, and then must prove necessary again:
-// without them a fill of dense data can take hundreds of candidates a byte, so one such fill in
-// seventeen costs little, and data that turns plain again is soon linked plainly.
+// some fills after the searches of one fill have visited many candidates, and then must prove
+// necessary again. In noise of two byte values a fill without them takes five times as long as one
+// with them; kDenseFills keeps such fills below a quarter of the time, and data that has become
+// plain is linked plainly again after half a megabyte.
 void LongestMatchFinder::LinkDense(const DeflateWindow& window, int32_t end) {
   constexpr int32_t kMinDenseCandidates =
       6;  // a byte; linking the three chains costs about as much

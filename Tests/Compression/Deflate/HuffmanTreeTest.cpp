@@ -19,7 +19,7 @@ using Numbers = std::vector<uint32_t>;
 // strictly greater; into the root's place comes the last one, which sinks past those that are
 // strictly less, of two equal ones past the left.
 Bytes PlainLengths(const Numbers& frequencies) {
-  // The key is frequency and symbol; inner nodes stand behind all leaves of their frequency.
+  // The key is frequency and symbol; inner nodes follow all leaves of their frequency.
   std::vector<std::pair<uint32_t, std::size_t>> heap;
   std::vector<std::size_t> parents;
   for (; parents.size() < frequencies.size(); parents.push_back(0)) {

@@ -38,7 +38,7 @@ TEST(Inflater, NeedsItsStreamsAndStaysFailed) {
 }
 
 // The longest symbol there can be, at every distance from the end of the buffered input: 258 zeros
-// behind so many single ones. The codes of 1 to 15 bits have all bits set but the last.
+// after so many single ones. The codes of 1 to 15 bits have all bits set but the last.
 TEST(Inflater, DecodesASymbolOf48Bits) {
   const std::string codes =
       "dynamic:288,30 lengths:1,2,3,4,5,6,7,8,9,A,B,C,D,E,0*242,F,0*27,F,0*3 "
