@@ -219,7 +219,7 @@ bool BlockDecoder::ReadDynamicTables() {
 // special, then one symbol carefully.
 bool BlockDecoder::ReadCodeLengths(HuffmanDecodeTable& code, CodeLengths& lengths) {
   const HuffmanDecodeTable::View view = code.Entries();
-  while (true) {
+  while (!lengths.IsFull()) {
     BitCursor cursor = reader_.Cursor();
     while (!lengths.IsFull() && cursor.BytesLeft() >= BitReader::kPlainBytes) {
       const uint64_t bits = cursor.Ahead();
@@ -229,7 +229,7 @@ bool BlockDecoder::ReadCodeLengths(HuffmanDecodeTable& code, CodeLengths& length
       cursor.Consume(static_cast<int32_t>(entry.AllBits()));
     }
     reader_.SetCursor(cursor);
-    if (lengths.IsFull()) return true;
+    if (lengths.IsFull()) break;
 
     const DecodeEntry entry = code.ReadCarefully(reader_);
     uint32_t extra = 0;
@@ -237,8 +237,8 @@ bool BlockDecoder::ReadCodeLengths(HuffmanDecodeTable& code, CodeLengths& length
         !lengths.Add(entry.Value(), extra)) {
       return false;
     }
-    if (lengths.IsFull()) return true;
   }
+  return true;
 }
 
 bool BlockDecoder::ReadStoredLength() {

@@ -13,16 +13,35 @@ struct HuffmanLevels::Code {
   uint8_t runLength;  // at the first symbol of a run of equal lengths: the size of the run
 };
 
+namespace {
+
+using LevelBits = std::array<uint8_t, kMaxCodeLength>;
+
+// The bits of each level: those between a code length in use and the next one in use.
+LevelBits MakeLevelBits(const uint8_t* lengths, int32_t symbolCount) {
+  std::array<bool, kMaxCodeLength + 1> isInUse{};
+  for (int32_t symbol = 0; symbol < symbolCount; ++symbol) isInUse[lengths[symbol]] = true;
+  LevelBits bits{};
+  int32_t level = 0;
+  int32_t previous = 0;
+  for (int32_t length = 1; length <= kMaxCodeLength; ++length) {
+    if (!isInUse[length]) continue;
+    bits[level++] = static_cast<uint8_t>(length - previous);
+    previous = length;
+  }
+  return bits;
+}
+
+}  // namespace
+
 bool HuffmanLevels::Build(const uint8_t* lengths, int32_t symbolCount) {
   std::array<uint16_t, kLiteralLengthSymbols> bits;
   if (!AssignCanonicalCodes(lengths, symbolCount, bits.data())) return false;
 
   std::array<Code, kLiteralLengthSymbols> codes;
-  std::array<bool, kMaxCodeLength + 1> isInUse{};
   int32_t runStart = -1;
   for (int32_t symbol = 0; symbol < symbolCount; ++symbol) {
     codes[symbol] = {bits[symbol], lengths[symbol], 0};
-    isInUse[lengths[symbol]] = true;
     if (lengths[symbol] == 0) continue;  // a symbol without a code does not end a run
     if (runStart < 0 || lengths[runStart] != lengths[symbol]) runStart = symbol;
     uint8_t& runLength = codes[runStart].runLength;
@@ -30,16 +49,7 @@ bool HuffmanLevels::Build(const uint8_t* lengths, int32_t symbolCount) {
   }
   if (runStart < 0) return false;
 
-  // The bits between each code length in use and the next.
-  std::array<uint8_t, kMaxCodeLength> levelBits{};
-  int32_t levelCount = 0;
-  int32_t previous = 0;
-  for (int32_t length = 1; length <= kMaxCodeLength; ++length) {
-    if (!isInUse[length]) continue;
-    levelBits[levelCount++] = static_cast<uint8_t>(length - previous);
-    previous = length;
-  }
-
+  const LevelBits levelBits = MakeLevelBits(lengths, symbolCount);
   subtables_.Clear();
   slots_.Clear();
   if (!AddSubtable(levelBits[0])) return false;

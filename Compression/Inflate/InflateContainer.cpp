@@ -37,29 +37,23 @@ class GzipFieldReader {
   }
 
   bool ReadBytes(uint8_t* bytes, int32_t count) {
-    for (int32_t i = 0; i < count; ++i) {
-      if (!ReadByte(bytes[i])) return false;
-    }
-    return true;
+    while (count > 0 && ReadByte(*bytes++)) --count;
+    return count == 0;
   }
 
   bool Skip(int32_t count) {
     uint8_t byte = 0;
-    for (int32_t i = 0; i < count; ++i) {
-      if (!ReadByte(byte)) return false;
-    }
-    return true;
+    while (count > 0 && ReadByte(byte)) --count;
+    return count == 0;
   }
 
   // Reads up to and including a zero byte. RFC 1952 has names and comments in ISO 8859-1.
   bool ReadText(Core::String& text) {
     Core::ByteArray bytes;
     uint8_t byte = 0;
-    while (true) {
-      if (!ReadByte(byte)) return false;
-      if (byte == 0) break;
-      if (!bytes.Append(byte)) return false;
-    }
+    do {
+      if (!ReadByte(byte) || (byte != 0 && !bytes.Append(byte))) return false;
+    } while (byte != 0);
     const char* begin = reinterpret_cast<const char*>(bytes.Data());
     return text.Assign(Core::kCodePageLatin1, begin, begin + bytes.Size());
   }
