@@ -88,8 +88,8 @@ class HashChain {
   void InsertRun(uint32_t place, const uint8_t* bytes, int32_t count, int32_t period);
 
   int32_t hashShift_;
-  uint32_t linked_;      // the first place that is not
-  uint32_t freshUntil_;  // the place at which the heads have to be looked through
+  uint32_t linked_;      // the first place not linked yet
+  uint32_t freshUntil_;  // the place at which RefreshHeads is due
   std::array<uint16_t, std::size_t{1} << kMaxHashBits> heads_;  // newest place of each bucket
   std::array<uint16_t, kPlaces> chain_;
 };

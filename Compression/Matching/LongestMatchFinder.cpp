@@ -20,14 +20,14 @@ void LongestMatchFinder::Link(const DeflateWindow& window, int32_t end) {
 }
 
 // Linking the dense chains takes longer than all other work for most data, and saves most of the
-// time for noise of few colours, where the same four bytes stand everywhere. So they are linked for
-// some fills after the searches of one fill have visited many candidates, and then must prove
+// time for noise of few colours, where the same four bytes stand everywhere. It costs about as many
+// instructions a byte as kMinDenseCandidates candidates. So the chains are linked for some fills
+// after the searches of one fill have visited more candidates than that, and then must prove
 // necessary again. In noise of two byte values a fill without them takes five times as long as one
 // with them; kDenseFills keeps such fills below a quarter of the time, and data that has become
 // plain is linked plainly again after half a megabyte.
 void LongestMatchFinder::LinkDense(const DeflateWindow& window, int32_t end) {
-  constexpr int32_t kMinDenseCandidates =
-      6;  // a byte; linking the three chains costs about as much
+  constexpr int32_t kMinDenseCandidates = 6;  // a byte
   constexpr int32_t kDenseFills = 16;
   const bool isDense = candidates_ > kMinDenseCandidates * DeflateWindow::kHistoryBytes;
   candidates_ = 0;
@@ -60,8 +60,8 @@ bool LongestMatchFinder::FindMatch(const DeflateWindow& window, int32_t maxDista
   }
   const int32_t nearest = NearestOfFour(query, place);
   if (nearest <= maxDistance) {
-    // Inside a run the pixel before matches in full, and nothing nearer does. Where the plain walk
-    // skips runs it begins there too: bytes with the periods three and four are all equal.
+    // Inside a run the pixel before matches in full, and no nearer place does. Where the plain walk
+    // skips runs, it finds that place too: bytes with the periods three and four are all equal.
     if (nearest <= PixelRuns::kPixelBytes &&
         CommonLength(query.here - nearest, query.here, 0, maxLength) == maxLength) {
       match = {nearest, maxLength};
@@ -76,7 +76,7 @@ bool LongestMatchFinder::FindMatch(const DeflateWindow& window, int32_t maxDista
       return true;
     }
   }
-  // Without a match of four bytes no run skip happens: its match would have four.
+  // Without a match of four bytes the plain walk skips no run: the match after a skip has four.
   return pendingLength < kMinMatchLength && FindThree(query, place, match);
 }
 
