@@ -71,13 +71,13 @@ void ConvertGreyAlpha8(const uint8_t* samples, const PixelRow& row) {
 
 template <int32_t kChannels>
 void Convert16(const PngColors& colors, const uint8_t* samples, const PixelRow& row) {
-  constexpr int32_t kGreen = kChannels < 3 ? 0 : 2;  // its place in a unit; grey is all colours
+  constexpr int64_t kGreen = kChannels < 3 ? 0 : 2;  // its place in a unit; grey is all colours
   FillRow(row, [&](int32_t i) {
     const uint8_t* unit = samples + int64_t{i} * 2 * kChannels;
     const Pixel color = PackPixel(unit[0], unit[kGreen], unit[2 * kGreen], 0);
     if constexpr (kChannels % 2 == 0) return color | Pixel{unit[2 * kChannels - 2]} << 24;
     bool isKey = colors.hasKey;
-    for (int32_t c = 0; c < kChannels; ++c) {
+    for (int64_t c = 0; c < kChannels; ++c) {
       isKey = isKey && Core::LoadBig16(unit + 2 * c) == colors.key[c];
     }
     return OpaqueUnlessKey(color, isKey);
