@@ -20,7 +20,7 @@ inline constexpr std::array<uint8_t, kMaxMatchLength + 1> kLengthIndex = [] {
 static_assert(kLengthIndex[3] == 0 && kLengthIndex[257] == 27 && kLengthIndex[258] == 28);
 
 // The distance symbol of a distance, 1 to 32,768. From 4 on there are two symbols to each power of
-// two, told apart by the bit below the highest.
+// two, distinguished by the bit below the highest.
 constexpr int32_t DistanceSymbol(int32_t distance) {
   const uint32_t offset = static_cast<uint32_t>(distance - 1);
   if (offset < 4) return static_cast<int32_t>(offset);

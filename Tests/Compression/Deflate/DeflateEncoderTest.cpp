@@ -49,7 +49,7 @@ TEST(DeflateEncoder, ChoosesTheCheapestKindOfBlock) {
 }
 
 // Places in `text` match earlier ones, each longer than the place before: while the parser goes
-// over it, a match is pending all the time, also when the first block is full in the midst of it.
+// over it, a match is pending all the time, also at the byte where the first block is full.
 // The second block is stored, and begins with the match.
 TEST(DeflateEncoder, AMatchMayWaitWhileItsBlockIsWritten) {
   const Bytes text = MakeData(DataKind::kNoise, 30, 9);
