@@ -131,7 +131,7 @@ bool IsKnownDifference(const Picture& ours, const Picture& judged, const SomeFil
 }
 
 TEST(PngJudge, ReadsTheSamePixels) {
-  Random random(1);
+  Random random;
   for (int i = 0; i < 6000; ++i) {
     const bool isDamaged = i % 2 != 0;
     const SomeFile some = MakeFile(random, isDamaged);

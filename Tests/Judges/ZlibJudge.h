@@ -2,6 +2,7 @@
 // streams whose checksums are made right again, so that the damage reaches the decoders.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <zlib.h>
 
 #include <random>
@@ -10,8 +11,9 @@
 #include "Tests/Support/BitAssembler.h"
 #include "Tests/Support/Deflated.h"
 
+// Another seed: --gtest_random_seed=N.
 struct Random : std::mt19937 {
-  using std::mt19937::mt19937;
+  Random() : std::mt19937(GTEST_FLAG_GET(random_seed) + 1) {}
   int Below(int end) { return static_cast<int>((*this)() % end); }
   bool OneIn(int count) { return Below(count) == 0; }
   // Below 2^bits, evenly spread over the orders of magnitude.

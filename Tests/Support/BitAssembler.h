@@ -49,15 +49,20 @@ class BitAssembler {
     if (symbol < 256) return Code(0x190 + symbol - 144, 9);
     return symbol < 280 ? Code(symbol - 256, 7) : Code(0xC0 + symbol - 280, 8);
   }
-  BitAssembler& FixedMatch(int length, int distance) {
-    const auto find = [](const auto& ranges, int value) {
-      return std::find_if(ranges.rbegin(), ranges.rend(), [=](auto& r) { return r.base <= value; });
-    };
-    const auto near = find(kLengthRanges, length), far = find(kDistanceRanges, distance);
-    Fixed(285 - int(near - kLengthRanges.rbegin())).Number(length - near->base, near->extraBits);
-    return Code(29 - int(far - kDistanceRanges.rbegin()), 5)
-        .Number(distance - far->base, far->extraBits);
+  // The range that a length or a distance falls into.
+  static int Range(const auto& ranges, int value) {
+    const auto after = std::ranges::upper_bound(ranges, value, {}, &DeflateRange::base);
+    return static_cast<int>(after - ranges.begin()) - 1;
   }
+  BitAssembler& Extra(DeflateRange range, int value) {
+    return Number(value - range.base, range.extraBits);
+  }
+  BitAssembler& FixedMatch(int length, int distance) {
+    const int near = Range(kLengthRanges, length), far = Range(kDistanceRanges, distance);
+    Fixed(kFirstLengthSymbol + near).Extra(kLengthRanges[near], length);
+    return Code(far, 5).Extra(kDistanceRanges[far], distance);
+  }
+  int Size() const { return static_cast<int>(8 * bytes_.size()) - (8 - used_) % 8; }  // in bits
   operator Bytes() const { return bytes_; }
 
  private:
@@ -67,29 +72,34 @@ class BitAssembler {
     used_ = (used_ + 1) % 8;
   }
 
-  void Word(const std::string& word) {
+  // A word misspelt ends the program.
+  BitAssembler& Word(const std::string& word) {
     const std::string kind = word.substr(0, word.find(':'));
     const std::string rest = word.substr(std::min(word.size(), kind.size() + 1));
-    int a = 0, b = 0;
-    std::sscanf(rest.c_str(), "%d,%d", &a, &b);
-    if (kind == "fixed") Block(kFixedBlock, rest != "+");
-    if (kind == "stored") Stored(Bytes(rest.begin(), rest.end()));
-    if (kind == "symbol") Fixed(a);
-    if (kind == "match") FixedMatch(a, b);
-    if (kind == "dynamic") DynamicHead(a, b);
-    if (kind == "repeat") Code(a, 5).Number(b, kRepeatRanges[a - 16].extraBits);
-    for (const char digit : kind == "lengths" ? rest : "") {
+    const auto number = [&](int index) { return std::stoi(Words(rest, ',').at(index)); };
+    if (word[0] == '\'') return Fixed(static_cast<uint8_t>(word.at(1)));
+    if (word[0] == 'x') return Append(FromHex(word.substr(1)));
+    if (kind == "fixed") return Block(kFixedBlock, rest != "+");
+    if (kind == "stored") return Stored(Bytes(rest.begin(), rest.end()));
+    if (kind == "symbol") return Fixed(number(0));
+    if (kind == "match") return FixedMatch(number(0), number(1));
+    if (kind == "dynamic") return DynamicHead(number(0), number(1));
+    if (kind == "repeat")
+      return Code(number(0), 5).Number(number(1), kRepeatRanges.at(number(0) - 16).extraBits);
+    for (const char digit : rest) {
       if (digit != ',') Code(std::stoi(std::string(1, digit), nullptr, 16), 5);
     }
-    if (word[0] == '\'') Fixed(static_cast<uint8_t>(word[1]));
-    if (word[0] == 'x') Append(FromHex(word.substr(1)));
-    for (const char bit : kind.find_first_not_of("01") == kind.npos ? word : "") Bit(bit == '1');
+    if (kind == "lengths") return *this;
+    if (kind.find_first_not_of("01") != kind.npos) std::abort();
+    for (const char bit : word) Bit(bit == '1');
+    return *this;
   }
   // A final dynamic block up to the code lengths. All 19 code-length symbols get 5 bits, so the
   // code of each is its own number.
-  void DynamicHead(int literalCount, int distanceCount) {
+  BitAssembler& DynamicHead(int literalCount, int distanceCount) {
     Block(kDynamicBlock).Number(literalCount - 257, 5).Number(distanceCount - 1, 5).Number(15, 4);
     for (int i = 0; i < kCodeLengthSymbols; ++i) Number(5, 3);
+    return *this;
   }
 
   Bytes bytes_;

@@ -1,36 +1,36 @@
-// Seeded byte strings of several kinds, from noise to long repeats, for round trips.
+// Seeded byte strings, from noise to long repeats, whose matches lie at the edges of the format.
 #pragma once
 
 #include <bit>
-#include <cstdint>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "Tests/Support/Bytes.h"
 
-// kDistantCopies: four bytes of noise and four bytes from 30,000 back, alternating.
-enum class DataKind { kNoise, kFewValues, kRuns, kPeriodThree, kDistantCopies, kSkewed };
-constexpr DataKind kAllDataKinds[] = {DataKind::kNoise,         DataKind::kFewValues,
-                                      DataKind::kRuns,          DataKind::kPeriodThree,
-                                      DataKind::kDistantCopies, DataKind::kSkewed};
-
-inline Bytes MakeData(DataKind kind, std::size_t size, uint32_t seed) {
+// The seed chooses the kind as well: how many byte values there are, whether some are more frequent
+// than others, and how much is copied from before.
+inline Bytes MakeData(uint32_t seed, std::size_t size) {
   std::mt19937 random(seed);
-  Bytes data(size);
-  for (std::size_t i = 0; i < size; ++i) {
-    const uint32_t r = random();
-    const uint8_t middle = static_cast<uint8_t>(r >> 8), high = static_cast<uint8_t>(r >> 16);
-    const auto copied = [&](bool isCopied, std::size_t distance, uint8_t otherwise) {
-      return isCopied && i >= distance ? data[i - distance] : otherwise;
-    };
-    const uint8_t bytes[] = {middle,
-                             static_cast<uint8_t>(middle % 3),
-                             copied(r % 300 != 0, 1, high),
-                             copied(r % 97 != 0, 3, high),
-                             copied(i / 4 % 2 == 0, 30000, middle),
-                             static_cast<uint8_t>(std::countr_one(r))};
-    data[i] = bytes[static_cast<int>(kind)];
+  const uint32_t values[] = {2, 3, 4, 16, 97, 256, 256, 256}, shares[] = {0, 0, 1, 5, 40};
+  const uint32_t bound = values[random() % 8], copied = shares[random() % 5];  // in percent
+  const bool isSkewed = random() % 4 == 0;
+  const std::size_t burst = 1 + random() % 30;
+  Bytes data;
+  while (data.size() < size) {
+    if (data.empty() || random() % 100 >= copied) {
+      for (auto count = random() % burst; count-- < burst;) {
+        const uint32_t number = random();
+        data.push_back(uint8_t(isSkewed ? std::countr_one(number) : (number >> 8) % bound));
+      }
+      continue;
+    }
+    const std::size_t distances[] = {1 + random() % 8, 4, 32766 + random() % 3, random() % 40000};
+    const std::size_t lengths[] = {3, 4 + random() % 60, 4 * (64 + random() % 7),
+                                   256 + random() % 4, random() % 700};
+    const std::size_t distance = distances[random() % 4] % data.size() + 1;
+    for (auto left = lengths[random() % 5]; left > 0; --left) {
+      data.push_back(data.end()[-static_cast<std::ptrdiff_t>(distance)]);
+    }
   }
+  data.resize(size);
   return data;
 }

@@ -3,43 +3,98 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <memory>
-#include <random>
 
-#include "Compression/Checksums/HashBytes.h"
 #include "Core/MemoryStream.h"
 #include "Tests/Support/Deflated.h"
 #include "Tests/Support/FaultyStream.h"
+#include "Tests/Support/PlainDeflate.h"
 #include "Tests/Support/SampleData.h"
 
 namespace {
 
-// The two seeds were searched for: their data lies at the edges of the choice.
-Bytes BytesBelow(int bound, std::size_t size, uint32_t seed) {
-  std::mt19937 random(seed);
-  random.discard(2);
-  Bytes data(size);
-  for (uint8_t& byte : data) byte = static_cast<uint8_t>(random() % bound);
-  return data;
+void TestEncoder(const Bytes& data, int level, std::map<std::string, int>& types) {
+  const Bytes deflated = Deflated(data, level);
+  const Plain::Inflater plain(deflated);
+  ASSERT_TRUE(plain.isGood && plain.output == data);
+  ASSERT_TRUE(deflated == Bytes(Plain::Encoder(data, level % 256).out)) << plain.types;
+  ++types[plain.types];
 }
 
-TEST(DeflateEncoder, ChoosesTheCheapestKindOfBlock) {
-  const struct {
-    const char* name;
-    Bytes data;
-    int type;
-  } rows[] = {
-      {"nothing", {}, 1},
-      {"a few letters", {'a', 'b', 'c'}, 1},
-      {"noise", MakeData(DataKind::kNoise, 20000, 1), 0},
-      {"skewed", MakeData(DataKind::kSkewed, 20000, 1), 2},
-      {"stored and dynamic of one size", BytesBelow(210, 1172, 785), 0},
-      {"dynamic smaller but for its base cost", BytesBelow(97, 192, 42), 1},
-  };
-  for (const auto& row : rows) {
-    const Bytes deflated = Deflated(row.data);
-    EXPECT_EQ(deflated[0] & 7, 1 + 2 * row.type) << row.name << ", the only block and the last";
+TEST(DeflateEncoder, WritesWhatThePlainEncoderWrites) {
+  std::map<std::string, int> types;
+  for (uint32_t seed = 0; seed < 1600; ++seed) {
+    SCOPED_TRACE(seed);
+    const std::size_t sizes[] = {seed % 50, seed % 300, seed % 1000, seed % 5000};
+    const std::size_t size = seed % 25 < 24 ? sizes[seed % 4] : seed % 200 == 199 ? 150000 : 33500;
+    const Bytes data = MakeData(seed, size);
+    TestEncoder(data, 9, types);
+    if (size < 32768) TestEncoder(data, seed % 8 == 0 ? 256 + 8 : 8, types);
+    ASSERT_FALSE(HasFatalFailure());
   }
+  for (const char* one : {"0", "1", "2"}) EXPECT_GT(types[one], 50) << one;
+}
+
+// Places in `text` match earlier ones, each longer than the place before: while the parser goes
+// over it, a match is pending all the time, also at the byte where the first block is full.
+// The second block is stored, and begins with the match.
+TEST(DeflateEncoder, AMatchMayWaitWhileItsBlockIsWritten) {
+  std::map<std::string, int> types;
+  std::mt19937 random(1);
+  Bytes noise(62000);
+  for (uint8_t& byte : noise) byte = static_cast<uint8_t>(random());
+  for (std::size_t start = 58280; start < 58360; start += 10) {
+    Bytes data(noise.begin(), noise.begin() + start + 3000);
+    for (int k = 0; k < 13; ++k) {
+      std::copy_n(data.begin() + start + k, 3 + k, data.begin() + start - 1000 + 50 * k);
+    }
+    TestEncoder(data, 9, types);
+  }
+  EXPECT_GT(types["00"], 3);
+}
+
+// Blocks of any tokens, small ones whose three forms are of nearly one size among them. The first
+// token may reach back as far as the format allows.
+TEST(BlockWriter, WritesWhatThePlainWriterWrites) {
+  std::map<std::string, int> types;
+  std::mt19937 random(2);
+  for (int round = 0; round < 4000; ++round) {
+    Bytes bytes = MakeData(round, random() % 3 == 0 ? 32768 + random() % 3 : random() % 300);
+    const std::size_t start = bytes.size(), end = start + random() % 600 + round % 40 / 39 * 9000;
+    const uint32_t bound = 2 + random() % 255, share = random() % 4;
+    const auto tokens = std::make_unique<TokenBuffer>();
+    std::vector<Plain::Token> plain;
+    while (bytes.size() < end) {
+      const int furthest = static_cast<int>(std::min<std::size_t>(bytes.size(), 32768));
+      Plain::Token token{1, 0};
+      if (furthest > 0 && (bytes.size() == start || random() % 8 < share)) {
+        token = {3 + int(random() % (random() % 2 == 0 ? 2 : 256)), 1 + int(random() % furthest)};
+        if (random() % 4 == 0) token.distance = furthest;
+      }
+      for (int i = 0; i < token.length; ++i) {
+        bytes.push_back(token.distance > 0 ? bytes.end()[-token.distance] : random() % bound);
+      }
+      plain.push_back(token);
+      const uint8_t* const at = &*bytes.end() - token.length;
+      token.distance > 0 ? tokens->AppendMatch(token.distance, token.length, at)
+                         : tokens->AppendLiteral(*at);
+    }
+    bytes.resize(bytes.size() + 3);
+    BitAssembler expected;
+    Plain::Block{&bytes[start], plain}.Write(expected, round % 2 == 0);
+    Core::MemoryStream out;
+    BitWriter writer(out);
+    const auto blocks = std::make_unique<BlockWriter>(writer);
+    blocks->BeginBlock(bytes.data(), static_cast<int32_t>(start));
+    ASSERT_TRUE(blocks->WriteBlock(*tokens, round % 2 == 0 ? FinalBlock::kYes : FinalBlock::kNo));
+    ASSERT_TRUE(writer.Flush() && BytesOf(out) == Bytes(expected)) << round;
+    ++types[std::string(1, char('0' + (Bytes(expected)[0] >> 1 & 3)))];
+  }
+  for (const char* one : {"0", "1", "2"}) EXPECT_GT(types[one], 100) << one;
+}
+
+TEST(DeflateEncoder, CompressesOnceAndCounts) {
   Core::MemoryStream nothing, out;
   const auto encoder = std::make_unique<DeflateEncoder>(nothing, out, 9);
   ASSERT_TRUE(encoder->Compress() && encoder->Blocks().BlockCount() == 1);
@@ -48,46 +103,10 @@ TEST(DeflateEncoder, ChoosesTheCheapestKindOfBlock) {
   EXPECT_EQ(encoder->Blocks().HeaderBits(), 26 + 18 * 3 + 4 * 1 + 3 * 8) << "1s and zero runs";
 }
 
-// Places in `text` match earlier ones, each longer than the place before: while the parser goes
-// over it, a match is pending all the time, also at the byte where the first block is full.
-// The second block is stored, and begins with the match.
-TEST(DeflateEncoder, AMatchMayWaitWhileItsBlockIsWritten) {
-  const Bytes text = MakeData(DataKind::kNoise, 30, 9);
-  for (std::size_t start = 58280; start < 58360; start += 5) {
-    Bytes data = MakeData(DataKind::kNoise, start + 3000, 1);
-    std::copy(text.begin(), text.end(), data.begin() + start);
-    for (int k = 0; k < 13; ++k) {
-      std::copy_n(text.begin() + k, 3 + k, data.begin() + start - 1000 + 50 * k);
-    }
-    ASSERT_EQ(Inflate(Deflated(data), kRawDeflate).output, data) << start;
-  }
-}
-
-// A match may reach back 32,768 bytes and no more.
-TEST(DeflateEncoder, ReachesBackAsFarAsTheFormatAllows) {
-  std::size_t sizes[2];
-  for (std::size_t further : {0, 1}) {
-    Bytes data = MakeData(DataKind::kNoise, 100, 3);
-    data.resize(32768 + further, 7);
-    data.insert(data.end(), data.begin(), data.begin() + 100);
-    sizes[further] = Deflated(data).size();
-  }
-  EXPECT_LT(sizes[0] + 80, sizes[1]);
-}
-
-TEST(DeflateEncoder, LazyParsingPaysFromLevelNineOn) {
-  const Bytes data = MakeData(DataKind::kFewValues, 9000, 1);
-  EXPECT_LT(Deflated(data, 9).size(), Deflated(data, 8).size());
-  EXPECT_EQ(Deflated(data, 256 + 8), Deflated(data, 8)) << "only the low byte counts";
-  const Bytes eight = Deflated(data, 8);
-  EXPECT_EQ(HashBytes(eight.data(), eight.size()), 2497660101u) << "other bytes than ever";
-}
-
 // A destination that refuses at byte n: false, and what arrived before is the true beginning.
 TEST(DeflateEncoder, ReportsARefusalAtEveryByte) {
-  for (DataKind kind : {DataKind::kNoise, DataKind::kSkewed, DataKind::kPeriodThree}) {
-    const Bytes data = MakeData(kind, 700, 5);
-    const Bytes whole = Deflated(data);
+  for (const uint32_t seed : {0, 1, 2}) {
+    const Bytes data = MakeData(seed, 700), whole = Deflated(data);
     for (std::size_t run = 0; run < 2 * whole.size(); ++run) {
       const std::size_t limit = run / 2;
       Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size())), out;
@@ -102,15 +121,15 @@ TEST(DeflateEncoder, ReportsARefusalAtEveryByte) {
 }
 
 TEST(DeflateEncoder, ASourceThatFailsEndsTheData) {
-  const Bytes data = MakeData(DataKind::kRuns, 70000, 9);
+  const Bytes data = MakeData(9, 70000);
   for (int64_t limit : {32768, 65000, -1}) {
     Core::MemoryStream source(data.data(), static_cast<uint32_t>(data.size())), out;
     FaultyStream faulty(source, limit, Fault::kRefuse);
     ASSERT_EQ(std::make_unique<DeflateEncoder>(faulty, out, 9)->Compress(), limit > 0);
     if (limit < 0) break;
-    const Bytes back = Inflate(BytesOf(out), kRawDeflate).output;
-    ASSERT_TRUE(30000 < back.size() && back.size() < static_cast<std::size_t>(limit));
-    EXPECT_TRUE(std::equal(back.begin(), back.end(), data.begin()));
+    const Bytes deflated = BytesOf(out);
+    const Plain::Inflater back(deflated);
+    EXPECT_EQ(back.output, Bytes(data.begin(), data.begin() + 32768 - 1));
   }
   EXPECT_FALSE(std::make_unique<DeflateEncoder>()->Compress());
 }
@@ -126,15 +145,10 @@ TEST(BitWriter, PacksBitsAndRefusesTwoWayStreamsOnlyWhenAttached) {
     EXPECT_TRUE(attached.Attach(&sink) && attached.WriteByte(7));
   }  // the destructors write the last bits, of the last writer first
   EXPECT_EQ(BytesOf(out), (Bytes{0xFD, 0xFF, 0xFF, 0xFF, 0x07, 0x07, 0xAB, 0x01}));
-}
-
-TEST(BitWriter, StaysRefusedWhateverIsAttached) {
-  Core::MemoryStream out;
-  FaultyStream full(out, 0, Fault::kRefuse), sink(out, 1000, Fault::kRefuse, Core::kWritable);
-  BitWriter writer(full);
-  EXPECT_TRUE(writer.WriteByte(1) && !writer.AlignToByte());
-  EXPECT_FALSE(writer.Attach(&sink) || writer.WriteByte(2) || writer.Flush());
-  EXPECT_EQ(out.GetSize(), 0);
+  FaultyStream full(out, 0, Fault::kRefuse);
+  BitWriter refused(full);
+  EXPECT_TRUE(refused.WriteByte(1) && !refused.AlignToByte());
+  EXPECT_FALSE(refused.Attach(&sink) || refused.WriteByte(2) || refused.Flush());
 }
 
 TEST(BitWriter, HasRoomForBurstsOfAnyLength) {

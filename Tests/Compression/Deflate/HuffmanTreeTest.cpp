@@ -6,59 +6,21 @@
 #include <random>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "Compression/Deflate/BoundedSort.h"
-#include "Tests/Support/Bytes.h"
+#include "Tests/Support/PlainDeflate.h"
 
 namespace {
 
 using Numbers = std::vector<uint32_t>;
-
-// Code lengths by a heap as it is taught: a node is put at the bottom and rises past those that are
-// strictly greater; into the root's place comes the last one, which sinks past those that are
-// strictly less, of two equal ones past the left.
-Bytes PlainLengths(const Numbers& frequencies) {
-  // The key is frequency and symbol; inner nodes follow all leaves of their frequency.
-  std::vector<std::pair<uint32_t, std::size_t>> heap;
-  std::vector<std::size_t> parents;
-  for (; parents.size() < frequencies.size(); parents.push_back(0)) {
-    heap.emplace_back(frequencies[parents.size()] << 9 | parents.size(), parents.size());
-  }
-  std::sort(heap.begin(), heap.end());
-  const auto pop = [&heap] {
-    const auto least = std::exchange(heap[0], heap.back());
-    heap.pop_back();
-    for (std::size_t i = 0, child; (child = 2 * i + 1) < heap.size(); i = child) {
-      child += child + 1 < heap.size() && heap[child + 1].first < heap[child].first;
-      if (heap[child].first >= heap[i].first) break;
-      std::swap(heap[i], heap[child]);
-    }
-    return least;
-  };
-  for (; heap.size() > 1; parents.push_back(0)) {
-    const auto [least, left] = pop();
-    const auto [second, right] = pop();
-    parents[left] = parents[right] = parents.size();
-    heap.emplace_back(((least >> 9) + (second >> 9)) << 9 | 511, parents.size());
-    for (std::size_t i = heap.size() - 1; i > 0 && heap[i].first < heap[(i - 1) / 2].first;) {
-      std::swap(heap[i], heap[(i - 1) / 2]);
-      i = (i - 1) / 2;
-    }
-  }
-  Bytes depths(parents.size());
-  for (std::size_t i = parents.size() - 1; i-- > 0;) depths[i] = depths[parents[i]] + 1;
-  depths.resize(frequencies.size());
-  return depths;
-}
 
 TEST(HuffmanTree, IsThatOfThePlainHeap) {
   std::mt19937 random(3);
   for (int round = 0; round < 3000; ++round) {
     Numbers frequencies(2 + random() % (kLiteralLengthSymbols - 1));
     for (uint32_t& frequency : frequencies) frequency = 1 + random() % 4;
-    const Bytes expected = PlainLengths(frequencies);
-    const int limit = round % 2 == 0 ? 15 : *std::max_element(expected.begin(), expected.end());
+    const Bytes expected = Plain::CodeLengths(frequencies, 288);
+    const int limit = round % 2 == 0 ? 15 : std::ranges::max(expected);
     Bytes lengths(expected.size());
     HuffmanTree().Build(frequencies.data(), int(lengths.size()), limit, lengths.data());
     ASSERT_EQ(lengths, expected) << round;
@@ -103,7 +65,8 @@ TEST(BoundedSort, EndsTheProgramWhenItIsTooDeep) {
   EXPECT_EXIT(BoundedSort(records.data(), 0, 257, 0), testing::ExitedWithCode(1), "^$");
 }
 
-// The order decides which symbols get the shorter codes, so it is to stay as it is.
+// The order decides which symbols get the shorter codes. It is the one of the first release, on
+// which the hashes of written files rest; nothing else defines it.
 TEST(BoundedSort, LeavesEqualRecordsInAnOrderOfItsOwn) {
   struct Record {
     char key, name;

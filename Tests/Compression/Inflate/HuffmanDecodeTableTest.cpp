@@ -2,60 +2,57 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
-#include <vector>
 
-#include "Compression/Format/CanonicalCode.h"
-#include "Tests/Support/Deflated.h"
+#include "Core/MemoryStream.h"
+#include "Tests/Support/PlainInflate.h"
 
 namespace {
 
-// Lengths of `shortest` bits and more at random, as long as the code space lasts.
+// Lengths of `shortest` bits and more at random, often in runs, as long as the code space lasts,
+// and perhaps one more.
 Bytes RandomLengths(std::mt19937& random, int shortest) {
   Bytes lengths(kLiteralLengthSymbols);
-  int left = 1 << kMaxCodeLength;
+  int left = 1 << kMaxCodeLength, wanted = shortest;
   for (uint8_t& length : lengths) {
-    const int wanted = shortest + random() % (kMaxCodeLength + 1 - shortest);
+    if (random() % 8 == 0) wanted = shortest + random() % (kMaxCodeLength + 1 - shortest);
     if (random() % 3 == 0 || left < 1 << (kMaxCodeLength - wanted)) continue;
     length = static_cast<uint8_t>(wanted);
     left -= 1 << (kMaxCodeLength - wanted);
   }
+  if (random() % 4 == 0) lengths[random() % lengths.size()] = shortest;
   return lengths;
 }
 
-// Against the list of all patterns.
+// The tables and the levels, on every pattern of 15 bits.
 TEST(HuffmanDecodeTable, KnowsEveryPattern) {
-  constexpr uint32_t kPatterns = 1 << kMaxCodeLength;
   std::mt19937 random(1);
   HuffmanDecodeTable table;  // one for all, as the decoder rebuilds its tables
   HuffmanLevels levels;
-  for (int round = 0; round < 60; ++round) {
-    const Bytes lengths = RandomLengths(random, 1 + round / 4);
-    uint16_t codes[kLiteralLengthSymbols];
-    ASSERT_TRUE(AssignCanonicalCodes(lengths.data(), kLiteralLengthSymbols, codes));
-    std::vector<int> symbols(kPatterns, -1);
-    for (int symbol = 0; symbol < kLiteralLengthSymbols; ++symbol) {
-      for (uint32_t bits = codes[symbol]; lengths[symbol] > 0 && bits < kPatterns;
-           bits += 1 << lengths[symbol]) {
-        symbols[bits] = symbol;
-      }
-    }
-    ASSERT_TRUE(table.Build(lengths.data(), kLiteralLengthSymbols, kLiteralLengthMeanings));
-    ASSERT_TRUE(levels.Build(lengths.data(), kLiteralLengthSymbols));
-    for (uint32_t bits = 0; bits < kPatterns; bits += 1 + round % 7) {
-      const int symbol = std::max(symbols[bits], 0);  // 0 where no code begins so
-      const DecodeEntry meaning = symbols[bits] < 0 ? DecodeEntry::Special(DecodeEntry::kUnassigned)
-                                                    : kLiteralLengthMeanings[symbol];
-      ASSERT_EQ(table.Entries().Find(bits | random() << kMaxCodeLength),
-                meaning.WithCode(lengths[symbol]));
+  int refused = 0;
+  EXPECT_FALSE(levels.Build(Bytes{0, 16}.data(), 2) || levels.Build(Bytes{0, 0}.data(), 2));
+  for (int round = 0; round < 45; ++round) {
+    const Bytes lengths = RandomLengths(random, 1 + round / 3);
+    const Plain::Code code(lengths);
+    ASSERT_EQ(table.Build(lengths.data(), kLiteralLengthSymbols, kLiteralLengthMeanings),
+              code.isGood);
+    ASSERT_EQ(levels.Build(lengths.data(), kLiteralLengthSymbols), code.isGood);
+    refused += !code.isGood;
+    for (uint32_t bits = 0; code.isGood && bits < 1 << kMaxCodeLength; bits += 1 + round % 7) {
+      const int symbol = code.symbols[bits], length = code.BitsOf(bits, false);
+      const DecodeEntry meaning = symbol >= 0 ? kLiteralLengthMeanings[symbol]
+                                              : DecodeEntry::Special(DecodeEntry::kUnassigned);
+      ASSERT_EQ(table.Entries().Find(bits | random() << kMaxCodeLength), meaning.WithCode(length));
 
-      const uint8_t bytes[] = {uint8_t(bits), uint8_t(bits >> 8)};
-      Core::MemoryStream stream(bytes, 2);
+      const uint8_t bytes[] = {uint8_t(bits), uint8_t(bits >> 8), 0};
+      Core::MemoryStream stream(bytes, sizeof bytes);
       BitReader reader(&stream);
-      ASSERT_EQ(levels.ReadSymbol(reader), symbol);
+      ASSERT_EQ(levels.ReadSymbol(reader), std::max(symbol, 0));
+      const BitCursor& after = reader.Cursor();
+      ASSERT_EQ(24 - after.bitCount - 8 * after.BytesLeft(), code.BitsOf(bits, true)) << bits;
     }
   }
+  EXPECT_GT(refused, 3);
 }
 
 }  // namespace
