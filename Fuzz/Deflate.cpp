@@ -1,34 +1,25 @@
-// The encoder compresses any data, at both kinds of level, and the inflater restores it.
+// The encoder writes the bytes of its plain slow twin, at both kinds of level.
 //
-//   input: level, size, operations (literals, noise, or a copy of earlier data)
-#include <algorithm>
-
-#include "Compression/Checksums/HashBytes.h"
+//   input: level, operations: their kind, a size, and literals or the distance of a copy
 #include "Fuzz/Check.h"
 #include "Tests/Support/Deflated.h"
+#include "Tests/Support/PlainDeflate.h"
 
 namespace {
 
-constexpr std::size_t kSmall = 1024;
-constexpr std::size_t kLarge = 150000;  // more than one block, and several windows
+constexpr std::size_t kEnough = 70000;  // more than one block, and more than the window
 
 // Makes data of many kinds and sizes from a short input.
 Bytes Expand(FuzzInput& input) {
-  const uint8_t form = input.Byte();
-  const std::size_t bound = std::min(kSmall << (form < 0x80 ? 0 : form & 15), kLarge);
   Bytes data;
-  while (input.Left() > 0 && data.size() < bound) {
-    const uint8_t operation = input.Byte();
-    const std::size_t size = (std::size_t{1} + input.Byte()) << 2 * (operation & 3);
-    std::size_t count = std::min(size, bound - data.size());
-    if ((operation & 0x40) == 0) {
-      const Bytes literals = input.Take(count);
-      data.insert(data.end(), literals.begin(), literals.end());
-    } else if ((operation & 0x20) == 0 || data.empty()) {
-      for (; count > 0; --count) data.push_back(HashWord(data.size()) & (operation * 7 | 1));
-    } else {
-      const std::size_t distance = 1 + input.Byte() * std::size_t{131} % data.size();
-      for (; count > 0; --count) data.push_back(data[data.size() - distance]);
+  while (input.Left() > 0 && data.size() < kEnough) {
+    const uint8_t kind = input.Byte();
+    const std::size_t size = (std::size_t{1} + input.Byte()) << 2 * (kind & 3);
+    const std::size_t distance = input.Byte() * 131 % (data.size() + 1);
+    const Bytes literals = distance == 0 || kind < 0x80 ? input.Take(size) : Bytes();
+    data.insert(data.end(), literals.begin(), literals.end());
+    for (auto left = literals.empty() && distance > 0 ? size : 0; left > 0; --left) {
+      data.push_back(data.end()[-static_cast<std::ptrdiff_t>(distance)]);
     }
   }
   return Bytes(data);  // without spare capacity
@@ -38,10 +29,11 @@ Bytes Expand(FuzzInput& input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, std::size_t size) {
   FuzzInput input = {bytes, bytes + size};
-  const int32_t level = 8 + input.Byte() % 2;
+  const bool isLazy = input.Byte() % 2 == 0;
   const Bytes data = Expand(input);
-  const int64_t limit = static_cast<int64_t>(data.size());
-  const Inflated restored = Inflate(Deflated(data, level), kRawDeflate, limit);
-  Check(restored.isGood && restored.output == data);
+  const int32_t level = isLazy || data.size() > kDeflateWindowSize ? 9 : 8;
+  const Bytes deflated = Deflated(data, level);
+  Check(deflated == Bytes(Plain::Encoder(data, level).out));
+  Check(Plain::Inflater(deflated).output == data);
   return 0;
 }

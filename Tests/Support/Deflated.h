@@ -27,6 +27,19 @@ struct PieceStream : Core::Stream {
   std::size_t position = 0;
 };
 
+// A stream of a ring buffer's user: no write may pass a multiple of 32 KiB.
+struct RingStream : Core::Stream {
+  bool Write(const void* buffer, int32_t count, uint32_t& done) override {
+    if (bytes.size() % kDeflateWindowSize + count > kDeflateWindowSize) std::abort();
+    const auto data = static_cast<const uint8_t*>(buffer);
+    bytes.insert(bytes.end(), data, data + count);
+    done = static_cast<uint32_t>(count);
+    return true;
+  }
+
+  Bytes bytes;
+};
+
 inline Bytes BytesOf(Core::MemoryStream& stream) {
   return Bytes(stream.GetData(), stream.GetData() + stream.GetSize());
 }
@@ -49,12 +62,12 @@ struct Inflated {
 inline Inflated Inflate(const Bytes& bytes, int32_t format, int64_t limit = Inflater::kUnlimited,
                         std::size_t piece = SIZE_MAX) {
   PieceStream input(bytes, piece);
-  Core::MemoryStream output;
+  RingStream output;
   Inflater inflater(&input, &output);
   inflater.SetFormat(format);
   const bool isGood = inflater.Run(limit);
   const uint32_t time = inflater.GzipModificationTime();
   std::string gzip = inflater.GzipName().ToNarrow();
   gzip += inflater.GzipComment().ToNarrow() + std::to_string(time);
-  return {isGood, BytesOf(output), time != 0 ? gzip : ""};
+  return {isGood, output.bytes, time != 0 ? gzip : ""};
 }

@@ -36,6 +36,25 @@ TEST(DeflateEncoder, WritesWhatThePlainEncoderWrites) {
   for (const char* one : {"0", "1", "2"}) EXPECT_GT(types[one], 50) << one;
 }
 
+// A pattern that is repeated, noise, and the pattern again. In small data two keys of a pixel often
+// share a bucket; over 700 bytes the walk's odd bound on the start of a run decides.
+TEST(DeflateEncoder, FindsRunsInRuns) {
+  std::mt19937 random(1);
+  std::map<std::string, int> types;
+  const auto test = [&](std::size_t period, std::size_t first, std::size_t gap,
+                        std::size_t second) {
+    Bytes data(first + gap + second);
+    for (std::size_t i = 0; i < data.size(); ++i) {
+      data[i] = random();
+      if (i >= period && i < first) data[i] = data[i - period];
+      if (i >= first + gap) data[i] = data[(i - first - gap) % period];
+    }
+    TestEncoder(data, 9, types);
+  };
+  for (int i = 0; i < 1000; ++i) test(4, 64 + random() % 60, 1 + random() % 9, 16 + random() % 20);
+  for (int i = 0; i < 60; ++i) test(1 + i % 3, 700, 425 + i / 3, 300);
+}
+
 // Places in `text` match earlier ones, each longer than the place before: while the parser goes
 // over it, a match is pending all the time, also at the byte where the first block is full.
 // The second block is stored, and begins with the match.
