@@ -4,8 +4,12 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
+#include <thread>
+#include <vector>
 
+#include "Memory/Heap.h"
 #include "Memory/HeapChecks.h"
 
 namespace {
@@ -56,6 +60,91 @@ TEST(GlobalHeap, ReallocKeepsTheContentOrTheBlock) {
   HeapFree(fence);
   HeapFree(HeapRealloc(std::malloc(10), 20));  // a block of malloc: freed, not copied
   EXPECT_EQ(InUse(), 0u);
+}
+
+// Every call that takes the lock, several at a time. Where one does not take it, the heap or a
+// block is damaged, or ThreadSanitizer reports the race.
+TEST(GlobalHeap, ServesSeveralThreads) {
+  std::vector<std::jthread> threads;
+  for (std::size_t thread = 1; thread <= 3; ++thread) {
+    threads.emplace_back([thread] {
+      for (std::size_t step = 1; step <= 4000; ++step) {
+        const std::size_t size = 8 + step * thread * 97 % 500;
+        auto* block = static_cast<std::size_t*>(HeapMalloc(size));
+        *block = step * thread;
+        block = static_cast<std::size_t*>(HeapRealloc(block, size % 7 * 100 + 8));
+        EXPECT_TRUE(HeapResize(block, size) == nullptr || HeapUsableSize(block) >= size);
+        void* other = ResizeOrAllocate(block, 2 * size, 8);
+        EXPECT_EQ(*block, step * thread);
+        if (other != block) HeapFree(other);
+        EXPECT_TRUE(GlobalHeap().FreeBlock(block));
+        EXPECT_TRUE(step % 500 > 0 || (GlobalHeap().AddSegment(8, 8) && CheckBlocks()));
+      }
+    });
+  }
+  threads.clear();  // joins them
+  EXPECT_TRUE(CheckBlocks() && CheckBuckets() && InUse() == 0);
+}
+
+#ifdef HALOMEND_POISONS_HEAP  // other builds do not see such an access
+
+// How many bytes of a block of 13 bytes are open after it was used in some way.
+TEST(HeapPoison, OpensTheBytesAskedForAndNoOthers) {
+  struct Row {
+    void (*act)(void* block);
+    int open;
+  };
+  for (const auto& [act, open] :
+       {Row{[](void*) {}, 13}, Row{HeapFree, 0},
+        Row{[](void* block) { ASSERT_EQ(HeapResize(block, 3), block); }, 3},
+        Row{[](void* block) { ASSERT_EQ(HeapResize(block, 80), block); }, 80},
+        Row{[](void* block) { ASSERT_EQ(HeapUsableSize(block), 16u); }, 16}}) {
+    char* block = static_cast<char*>(HeapMalloc(13));
+    act(block);
+    for (int index = -16; index < 200; ++index) {
+      ASSERT_EQ(__asan_address_is_poisoned(block + index), index < 0 || index >= open) << open;
+    }
+    if (open > 0) HeapFree(block);
+    EXPECT_DEATH(HeapFree(block), "use-after-poison");
+  }
+}
+
+#endif
+
+// Every form of new. The pointers are volatile, so that the compiler cannot assume that two forms
+// never return null, nor leave out a pair of new and delete.
+void* (*volatile forms[])(std::size_t) = {
+    ::operator new, ::operator new[],
+    [](std::size_t size) { return ::operator new(size, std::nothrow); },
+    [](std::size_t size) { return ::operator new[](size, std::nothrow); }};
+
+void UseOperators() {
+  void* const fromBefore = forms[0](100);
+  ActivateHeap();
+  const uint64_t before = InUse();
+  for (auto* volatile form : forms) {
+    void* blocks[] = {form(0), form(24), form(1), form(100), form(3), form(8)};
+    for (const void* block : blocks) EXPECT_TRUE(IsBlock(block));
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(blocks[1]) % 16, 0u);
+    ::operator delete(blocks[0]);
+    ::operator delete[](blocks[1]);
+    delete static_cast<char*>(blocks[2]);  // sized, where the compiler knows that form
+    delete[] static_cast<char*>(blocks[3]);
+    ::operator delete(blocks[4], std::nothrow);
+    ::operator delete[](blocks[5], std::nothrow);
+    EXPECT_TRUE(form(kImpossible) == nullptr && form(SIZE_MAX) == nullptr);
+  }
+  EXPECT_FALSE(IsInHeap(fromBefore));
+  ::operator delete(fromBefore);
+  EXPECT_EQ(InUse(), before);
+  // Without exit handlers: the framework's own may run after the heap's destructor.
+  std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+}
+
+// In a process of its own, since the operators stay on the heap. GoogleTest prints nothing there: to
+// see what failed, call UseOperators alone.
+TEST(OperatorNewDeathTest, OnceActiveServesEveryFormFromTheHeap) {
+  EXPECT_EXIT(UseOperators(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -9,7 +9,9 @@
 
 #include "Memory/HeapBuckets.h"
 #include "Memory/HeapChecks.h"
+#include "Memory/HeapDump.h"
 #include "Tests/Support/SegmentArena.h"
+#include "Tests/Support/TemporaryDirectory.h"
 
 namespace {
 
@@ -18,7 +20,9 @@ class HeapTest : public testing::Test {
  protected:
   ~HeapTest() override { EXPECT_TRUE(IsWhole()); }
 
-  void* Alloc(uint64_t size, uint64_t alignment = 8) { return heap_.AllocBlock(size, alignment); }
+  char* Alloc(uint64_t size, uint64_t alignment = 8) {
+    return static_cast<char*>(heap_.AllocBlock(size, alignment));
+  }
   bool IsWhole() const { return CheckBlocks(heap_) && CheckBuckets(heap_); }
   HeapStats Stats() const { return GetStats(StatsDetail::kWalked, heap_); }
 
@@ -26,19 +30,15 @@ class HeapTest : public testing::Test {
   Heap heap_{SegmentArena::Mapper()};
 };
 
-// The last bucket has all sizes from 1 GiB on. Only the headers are touched, not the payloads.
-TEST(HeapModel, RequestsAboveAGibibyteTakeFreeBlocksThatFit) {
-  constexpr uint64_t kMiB = 0x100000;
-  Heap heap;
-  char* small = static_cast<char*>(heap.AllocBlock(1100 * kMiB, 8));
-  char* large = static_cast<char*>(heap.AllocBlock(1500 * kMiB, 8));
-  ASSERT_TRUE(small != nullptr && large != nullptr && heap.FreeBlock(small));
-  char* fitting = static_cast<char*>(heap.AllocBlock(1090 * kMiB, 8));
-  ASSERT_TRUE(fitting != nullptr && heap.FreeBlock(fitting));
-  char* other = static_cast<char*>(heap.AllocBlock(1400 * kMiB, 8));
-  ASSERT_NE(other, nullptr);
-  EXPECT_TRUE(other + 1400 * kMiB <= large || large + 1500 * kMiB <= other);
-  EXPECT_TRUE(CheckBlocks(heap) && CheckBuckets(heap));
+// The last bucket has all sizes from 1 GiB on, here in the order of release: a block that is too
+// small, the highest, the lowest that fits. Only headers are touched, not payloads.
+TEST_F(HeapTest, ServesRequestsAboveAGibibyteFromTheLowestBlockThatFits) {
+  constexpr uint64_t kGiB = 0x40000000;
+  ASSERT_TRUE(heap_.FreeBlock(Alloc(3 * kGiB + 1024)));
+  char* blocks[6];
+  for (int i = 0; i < 6; ++i) blocks[i] = Alloc(i % 2 == 1 ? 8 : kGiB + (i == 0 ? 0 : 64));
+  for (const int i : {0, 4, 2}) ASSERT_TRUE(heap_.FreeBlock(blocks[i]));
+  EXPECT_EQ(Alloc(kGiB + 8), blocks[2]);
 }
 
 TEST_F(HeapTest, RefusesWhatItCannotServe) {
@@ -53,7 +53,7 @@ TEST_F(HeapTest, RefusesWhatItCannotServe) {
 }
 
 TEST_F(HeapTest, GivesEightBytesOfAlignmentToTheBlockBefore) {
-  char* first = static_cast<char*>(Alloc(0));
+  char* first = Alloc(0);
   EXPECT_EQ(heap_.UsableSize(first), 8u);
   EXPECT_EQ(Alloc(16, 16), first + 32);
   EXPECT_EQ(heap_.UsableSize(first), 16u);
@@ -84,8 +84,8 @@ TEST_F(HeapTest, PrefersTheLowerEndOfABucket) {
 
 // Damages one header word or link after another. Blocks begin at words 0, 10 (free) and 20.
 TEST_F(HeapTest, ChecksFindDamage) {
-  auto* words = static_cast<HeapWord<uint64_t>*>(Alloc(64)) - 2;
-  uint64_t* freed = static_cast<uint64_t*>(Alloc(64));
+  auto* words = reinterpret_cast<HeapWord<uint64_t>*>(Alloc(64)) - 2;
+  char* freed = Alloc(64);
   ASSERT_TRUE(Alloc(64) != nullptr && heap_.FreeBlock(freed));
   const uint64_t damage = reinterpret_cast<uint64_t>(words + 10);
   for (const int index : {0, 1, 10, 11, 12, 13, 20, 21}) {
@@ -93,8 +93,7 @@ TEST_F(HeapTest, ChecksFindDamage) {
     EXPECT_FALSE(IsWhole()) << index;
     words[index] = words[index] ^ damage;
   }
-  for (const uint64_t change :
-       {uint64_t{8}, kInUseBit}) {  // of the free block: its size, its state
+  for (const uint64_t change : {uint64_t{8}, kInUseBit}) {  // the free block's size, its state
     words[10] = words[10] ^ change;
     EXPECT_FALSE(CheckBuckets(heap_));
     words[10] = words[10] ^ change;
@@ -106,16 +105,33 @@ TEST_F(HeapTest, ChecksFindDamage) {
   EXPECT_FALSE(IsInHeap(base - 1, heap_) || IsInHeap(base + SegmentArena::kSlot, heap_));
 }
 
-TEST(HeapSegments, AreAtMost256) {
+TEST_F(HeapTest, HasAtMost256Segments) {
   std::deque<int> apart;
   for (int i = 0; i < 260; ++i) apart.push_back(2 * i);
-  const SegmentArena arena(apart);
-  Heap heap(SegmentArena::Mapper());
+  SegmentArena::Offer(apart);
   constexpr uint64_t kMoreThanHalf = 10 << 20;
-  for (int i = 0; i < 256; ++i) ASSERT_NE(heap.AllocBlock(kMoreThanHalf, 8), nullptr) << i;
-  EXPECT_EQ(heap.AllocBlock(kMoreThanHalf, 8), nullptr);
+  for (int i = 0; i < 256; ++i) ASSERT_NE(Alloc(kMoreThanHalf), nullptr) << i;
+  EXPECT_EQ(Alloc(kMoreThanHalf), nullptr);
   EXPECT_EQ(SegmentArena::Mapped(), 256 * SegmentArena::kSlot);
-  EXPECT_NE(heap.AllocBlock(kMoreThanHalf / 2, 8), nullptr);
+  EXPECT_NE(Alloc(kMoreThanHalf / 2), nullptr);
+}
+
+// A free block of 64 bytes, one of 16 in use and a free one of the rest; and a free second segment.
+TEST(HeapDump, ShowsCountersSegmentsAndBlocks) {
+  const SegmentArena arena({0, 2});
+  Heap heap(SegmentArena::Mapper());
+  void* block = heap.AllocBlock(100, 8);
+  ASSERT_TRUE(heap.ResizeInPlace(block, 64) && heap.AddSegment(8, 8));
+  ASSERT_NE(heap.AllocBlock(16, 8), nullptr);
+  ASSERT_TRUE(heap.FreeBlock(block) && heap.FreeBlock(nullptr) && !heap.FreeBlock(&block));
+  testing::internal::CaptureStdout();
+  DumpStats(heap);
+  DumpBlocks(heap);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), ReadFile(HALOMEND_TEST_DATA "Memory/Dump.txt"));
+  ResetStats(heap);
+  const HeapStats stats = heap.Counters();
+  EXPECT_EQ(stats.totalSize + stats.freeBlocks + stats.allocCalls, 0u);
+  EXPECT_EQ(GetStats(StatsDetail::kWalked, heap).maxFreeSize, SegmentArena::kSlot - 24);
 }
 
 // Against searches in a list of all bounds, around each of them.

@@ -1,6 +1,6 @@
-// Segments for a heap under test, from one reserved range. The test names the slots that the heap
-// gets one after another, and so decides which segments lie back to back. After the last slot the
-// heap is refused memory.
+// Segments for a heap under test, from one reserved range at a fixed address. The test names the
+// slots that the heap gets one after another, and so decides which segments lie back to back. After
+// the last slot the heap is refused memory.
 #pragma once
 
 #include <sys/mman.h>
@@ -14,11 +14,11 @@ class SegmentArena {
   static constexpr std::size_t kSlot = 0x1100000;  // the smallest segment
 
   explicit SegmentArena(const std::deque<int>& slots) {
-    base_ = static_cast<char*>(mmap(nullptr, kRange, PROT_READ | PROT_WRITE,
-                                    MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    mmap(Slot(0), kRange, PROT_READ | PROT_WRITE,
+         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE, -1, 0);
     Offer(slots);
   }
-  ~SegmentArena() { munmap(base_, kRange); }
+  ~SegmentArena() { munmap(Slot(0), kRange); }
 
   // For the next heap.
   static void Offer(const std::deque<int>& slots) {
@@ -26,11 +26,9 @@ class SegmentArena {
     mapped_ = 0;
   }
 
-  static char* Slot(int index) { return base_ + static_cast<std::size_t>(index) * kSlot; }
+  static char* Slot(int index) { return reinterpret_cast<char*>(0x200000000000 + index * kSlot); }
   static std::size_t Mapped() { return mapped_; }  // bytes taken and not given back
-
   static bool IsUsedUp() { return slots_.empty(); }
-
   static constexpr SegmentMapper Mapper() { return {Map, Unmap}; }
 
  private:
@@ -45,7 +43,6 @@ class SegmentArena {
   }
   static void Unmap(void*, std::size_t length) { mapped_ -= length; }
 
-  static inline char* base_;
   static inline std::deque<int> slots_;
   static inline std::size_t mapped_;
 };
