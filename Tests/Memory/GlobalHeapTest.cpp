@@ -78,7 +78,9 @@ TEST(GlobalHeap, ServesSeveralThreads) {
         EXPECT_EQ(*block, step * thread);
         if (other != block) HeapFree(other);
         EXPECT_TRUE(GlobalHeap().FreeBlock(block));
-        EXPECT_TRUE(step % 500 > 0 || (GlobalHeap().AddSegment(8, 8) && CheckBlocks()));
+        HeapFree(HeapCalloc(2, size));
+        EXPECT_TRUE(step % 500 > 0 || (GlobalHeap().AddSegment(8, 8) && CheckBlocks() &&
+                                       CheckBuckets() && IsInHeap(block) && !IsBlock(&block)));
       }
     });
   }
@@ -141,8 +143,8 @@ void UseOperators() {
   std::_Exit(testing::Test::HasFailure() ? 1 : 0);
 }
 
-// In a process of its own, since the operators stay on the heap. GoogleTest prints nothing there: to
-// see what failed, call UseOperators alone.
+// In a process of its own, since the operators stay on the heap. GoogleTest prints nothing there:
+// to see what failed, call UseOperators alone.
 TEST(OperatorNewDeathTest, OnceActiveServesEveryFormFromTheHeap) {
   EXPECT_EXIT(UseOperators(), testing::ExitedWithCode(0), "");
 }
