@@ -79,8 +79,8 @@ TEST(GlobalHeap, ServesSeveralThreads) {
         if (other != block) HeapFree(other);
         EXPECT_TRUE(GlobalHeap().FreeBlock(block));
         HeapFree(HeapCalloc(2, size));
-        EXPECT_TRUE(step % 500 > 0 || (GlobalHeap().AddSegment(8, 8) && CheckBlocks() &&
-                                       CheckBuckets() && IsInHeap(block) && !IsBlock(&block)));
+        EXPECT_TRUE(step % 500 > 0 || GlobalHeap().AddSegment(8, 8));
+        EXPECT_TRUE(step % 50 > 0 || (CheckBlocks() && CheckBuckets() && InUse() < 9));
       }
     });
   }
