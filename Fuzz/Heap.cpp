@@ -4,6 +4,7 @@
 #include "Memory/Heap.h"
 
 #include <algorithm>
+#include <span>
 
 #include "Fuzz/Check.h"
 #include "Memory/HeapBlock.h"
@@ -12,8 +13,7 @@
 
 namespace {
 
-constexpr int kSlots = 7;  // prime, so that any step visits all of them
-constexpr std::size_t kMaxBlocks = 48;
+constexpr int kSlots = 7;                   // prime, so that any step visits all of them
 constexpr uint64_t kMaxServed = 0x1000000;  // fits the smallest segment at any alignment
 
 // A block in use. It begins with marks of its own, so that an overlap is noticed.
@@ -22,10 +22,12 @@ struct Block {
   uint64_t size;
   char mark;
 
-  uint64_t Marked(uint64_t kept) const { return std::min({size, kept, uint64_t{64}}); }
-  void Mark() { std::fill_n(bytes, Marked(size), mark); }
-  bool IsMarked(uint64_t kept) const {
-    return std::count(bytes, bytes + Marked(kept), mark) == static_cast<int64_t>(Marked(kept));
+  std::span<char> Marks(uint64_t kept) const {
+    return {bytes, std::min({size, kept, uint64_t{64}})};
+  }
+  void Mark() const { std::ranges::fill(Marks(size), mark); }
+  void CheckMarks(uint64_t kept) const {
+    for (const char byte : Marks(kept)) Check(byte == mark);
   }
 };
 
@@ -37,8 +39,7 @@ uint64_t TakeSize(FuzzInput& input) {
 }
 
 void Allocate(Heap& heap, FuzzInput& input, std::vector<Block>& blocks) {
-  const uint64_t size = TakeSize(input);
-  const uint64_t alignment = uint64_t{1} << input.Byte() % 22;
+  const uint64_t size = TakeSize(input), alignment = uint64_t{1} << input.Byte() % 22;
   const auto bytes = static_cast<char*>(heap.AllocBlock(size, alignment));
   const bool isServable = size <= kMaxServed && alignment <= Heap::kMaxAlignment;
   if (bytes == nullptr) return Check(!isServable || SegmentArena::IsUsedUp());
@@ -55,7 +56,7 @@ void Resize(Heap& heap, FuzzInput& input, Block& block) {
   const uint64_t size = input.Byte() % 4 == 0 ? room : TakeSize(input);
   Check(heap.ResizeInPlace(block.bytes, size) == (size <= room));
   if (size > room) return;
-  Check(block.IsMarked(size));
+  block.CheckMarks(size);
   block.size = size;
   block.Mark();
 }
@@ -74,11 +75,12 @@ void Test(const Heap& heap, const std::vector<Block>& blocks) {
 void Use(Heap& heap, FuzzInput& input) {
   std::vector<Block> blocks;
   const auto free = [&heap](const Block& block) {
-    Check(block.IsMarked(block.size) && heap.FreeBlock(block.bytes));
+    block.CheckMarks(block.size);
+    Check(heap.FreeBlock(block.bytes));
   };
   while (input.Left() > 0) {
     const int operation = input.Byte() % 16;
-    if (operation < 8 && blocks.size() < kMaxBlocks) {
+    if (operation < 8) {
       Allocate(heap, input, blocks);
     } else if (operation == 15) {
       Check(heap.AddSegment(8, 8) || SegmentArena::IsUsedUp());
