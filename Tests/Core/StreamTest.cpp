@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <cstdlib>
 #include <map>
 
 #include "Core/File.h"
@@ -26,30 +26,28 @@ std::string Answer(Stream& stream, const std::string& path, const std::string& o
   uint32_t done = 0, mode = 0, share = 0;
   Core::String name;
   EXPECT_TRUE(name.Assign(0, path.c_str(), nullptr));
-  const auto open = [&] {
-    File& file = static_cast<File&>(stream);
+  const auto open = [&](File& file) {
     return first > 0 ? file.Open(name, uint32_t(first), Core::kShareAll)
                      : file.Open(name, argument.c_str());
   };
-  const std::map<std::string, std::function<bool()>> deeds = {
-      {"eof", [&] { return stream.IsEof(); }},
-      {"seek", [&] { return stream.Seek(first, second); }},
-      {"truncate", [&] { return stream.Truncate(); }},
-      {"flush", [&] { return stream.Flush(); }},
-      {"close", [&] { return stream.Close(); }},
-      {"open", open}};
-  if (deeds.contains(operation)) return deeds.at(operation)() ? "yes" : "no";
-  const auto read = [&] { return stream.Read(buffer, int32_t(first), done); };
-  const auto write = [&] { return stream.Write(argument.data(), int32_t(argument.size()), done); };
-  const auto parse = [&] { return File::ParseMode(argument.c_str(), mode, share) && share == 7; };
-  const std::map<std::string, std::function<std::string()>> answers = {
-      {"caps", [&] { return std::to_string(stream.GetCaps()); }},
-      {"tell", [&] { return std::to_string(stream.Tell()); }},
-      {"size", [&] { return std::to_string(stream.GetSize()); }},
-      {"mode", [&] { return parse() ? std::to_string(mode) : "refused"; }},
-      {"read", [&] { return read() ? std::string(buffer, done) : "refused"; }},
-      {"write", [&] { return write() ? std::to_string(done) : "refused"; }}};
-  return answers.at(operation)();
+  const auto yes = [](bool is) { return is ? "yes" : "no"; };
+  const auto number = [](int64_t is) { return std::to_string(is); };
+  const char* const text = argument.c_str();
+  const int32_t size = int32_t(argument.size()), count = int32_t(first);
+  if (operation == "caps") return number(stream.GetCaps());
+  if (operation == "tell") return number(stream.Tell());
+  if (operation == "size") return number(stream.GetSize());
+  if (operation == "eof") return yes(stream.IsEof());
+  if (operation == "seek") return yes(stream.Seek(first, second));
+  if (operation == "truncate") return yes(stream.Truncate());
+  if (operation == "flush") return yes(stream.Flush());
+  if (operation == "close") return yes(stream.Close());
+  if (operation == "open") return yes(open(static_cast<File&>(stream)));
+  if (operation == "read" && stream.Read(buffer, count, done)) return std::string(buffer, done);
+  if (operation == "write" && stream.Write(text, size, done)) return number(done);
+  if (operation == "mode" && File::ParseMode(text, mode, share) && share == 7) return number(mode);
+  if (operation != "read" && operation != "write") std::abort();  // no such word
+  return "refused";
 }
 
 TEST(Stream, Answers) {
