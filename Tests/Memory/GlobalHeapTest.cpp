@@ -7,6 +7,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Memory/Heap.h"
@@ -83,15 +84,13 @@ TEST(GlobalHeap, ServesSeveralThreads) {
 
 // How many bytes of a block of 13 bytes are open after it was used in some way.
 TEST(HeapPoison, OpensTheBytesAskedForAndNoOthers) {
-  struct Row {
-    void (*act)(void* block);
-    int open;
-  };
-  for (const auto& [act, open] :
-       {Row{[](void*) {}, 13}, Row{HeapFree, 0},
-        Row{[](void* block) { ASSERT_EQ(HeapResize(block, 3), block); }, 3},
-        Row{[](void* block) { ASSERT_EQ(HeapResize(block, 80), block); }, 80},
-        Row{[](void* block) { ASSERT_EQ(HeapUsableSize(block), 16u); }, 16}}) {
+  const std::pair<int, void (*)(void* block)> rows[] = {
+      {13, [](void*) {}},
+      {0, HeapFree},
+      {3, [](void* block) { ASSERT_EQ(HeapResize(block, 3), block); }},
+      {80, [](void* block) { ASSERT_EQ(HeapResize(block, 80), block); }},
+      {16, [](void* block) { ASSERT_EQ(HeapUsableSize(block), 16u); }}};
+  for (const auto& [open, act] : rows) {
     char* block = static_cast<char*>(HeapMalloc(13));
     act(block);
     for (int index = -16; index < 200; ++index) {
