@@ -52,13 +52,6 @@ TEST_F(HeapTest, RefusesWhatItCannotServe) {
   EXPECT_FALSE(heap_.ResizeInPlace(nullptr, 8) || heap_.ResizeInPlace(this, 8));
 }
 
-TEST_F(HeapTest, GivesEightBytesOfAlignmentToTheBlockBefore) {
-  char* first = Alloc(0);
-  EXPECT_EQ(heap_.UsableSize(first), 8u);
-  EXPECT_EQ(Alloc(16, 16), first + 32);
-  EXPECT_EQ(heap_.UsableSize(first), 16u);
-}
-
 // What becomes of the rest of 64 bytes: 8 bytes stay in the block; 16 become a block without
 // payload, which is in no list; 32 become the smallest block that is in a list.
 TEST_F(HeapTest, KeepsSliversOutsideTheLists) {
