@@ -5,7 +5,7 @@ set(stage ${CPACK_TEMPORARY_INSTALL_DIRECTORY})
 if("$ENV{SOURCE_DATE_EPOCH}" STREQUAL "")
   execute_process(COMMAND git -C ${CMAKE_CURRENT_LIST_DIR} log -1 --format=%ct
                   OUTPUT_VARIABLE time OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
-  set(ENV{SOURCE_DATE_EPOCH} "${time}")  # read by string(TIMESTAMP) and by CPack; none: now
+  set(ENV{SOURCE_DATE_EPOCH} "${time}")  # CPack and string(TIMESTAMP) take it for now
 endif()
 
 if(CPACK_GENERATOR STREQUAL "DEB")
@@ -38,6 +38,4 @@ halomend: statically-linked-binary [usr/bin/Halomend]
                           ${documents}/changelog.Debian COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
-string(TIMESTAMP seconds "%s" UTC)
 execute_process(COMMAND chmod -R u=rwX,go=rX ${stage} COMMAND_ERROR_IS_FATAL ANY)
-execute_process(COMMAND find ${stage} -exec touch -d @${seconds} {} + COMMAND_ERROR_IS_FATAL ANY)
