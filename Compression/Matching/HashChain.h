@@ -137,13 +137,15 @@ void LinkPlaces(const uint8_t* bytes, uint32_t start, uint32_t end, HashChain<kL
 }
 
 // Keeps heads that are out of reach out of reach: places repeat modulo 2^16, so an old head would
-// seem near and lead into the chain of another bucket, a walk for nothing.
+// seem near and lead into the chain of another bucket, a walk for nothing. The step is a
+// subtraction with saturation, which compilers make of eight heads at once; for a head in reach it
+// is 0.
 template <int32_t kKeyBytes>
 void HashChain<kKeyBytes>::RefreshHeads() {
   const uint16_t now = static_cast<uint16_t>(linked_);
   const auto refreshed = [now](uint16_t head) {
     const uint16_t age = static_cast<uint16_t>(now - head);
-    return static_cast<uint16_t>(now - std::min<uint16_t>(age, kTooFar));
+    return static_cast<uint16_t>(head + (age > kTooFar ? age - kTooFar : 0));
   };
   std::transform(heads_.begin(), heads_.begin() + BucketCount(), heads_.begin(), refreshed);
   freshUntil_ = linked_ + kFreshFor;
