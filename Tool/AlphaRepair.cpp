@@ -124,23 +124,38 @@ class Repair {
   // Deliberate: known entries decide from which end the next entry is taken, so they stay in the
   // list.
   bool RunWave() {
-    const std::array<int32_t, kNeighbours> distances = NeighbourDistances(width_);
-    const int32_t width = width_;  // copies, which no store to a cell can change
-    Pixel* const cells = cells_;
+    constexpr Distances kWindowDistances = NeighbourDistances(Window::kWidth);
+    constexpr std::ptrdiff_t kAhead = 16;  // entries: the time in which a cell arrives from memory
+    constexpr int32_t kNone = -1;          // no neighbour of a pixel that has eight
+    const Distances distances = NeighbourDistances(width_);
+    Pixel* const cells = cells_;  // a copy, which no store to a cell can change
     const int32_t* front = current_.begin();
     const int32_t* back = current_.end();
     int32_t* out = next_.begin();
     const int32_t* outEnd = out + next_.Capacity();
     bool fromBack = false;
+    int32_t latest = kNone;  // the last pixel that got its colour, which is not stored yet
+    Average color = {};
+    const auto storeLatest = [&] {
+      if (latest != kNone) cells[latest] = CellOf(color);
+    };
+    // No list names a pixel twice, so the cell of an entry is never the one that is not stored yet.
     while (front != back) {
       const int32_t index = fromBack ? *--back : *front++;
+      if (back - front > kAhead) __builtin_prefetch(cells + back[-kAhead]);
       const Pixel cell = cells[index];
       fromBack = !IsKnown(cell);
       if (!fromBack) continue;
-      const Surroundings found = (cell & kBorderBit) == 0
-                                     ? LookAround(cells + index, width)
-                                     : LookAround(Window(*this, index).Centre(), Window::kWidth);
-      cells[index] = found.average;
+      Surroundings found;
+      if ((cell & kBorderBit) == 0) {
+        found = LookAround(cells + index, distances, latest - index, color);
+        storeLatest();
+      } else {
+        storeLatest();
+        found = LookAround(Window(*this, index).Centre(), kWindowDistances, 0, color);
+      }
+      latest = index;
+      color = found.average;
       if (found.fresh == 0) continue;
       if (outEnd - out < kNeighbours) {
         if (!SetEnd(next_, out) || !next_.Reserve(next_.Size() + kNeighbours)) return false;
@@ -155,6 +170,7 @@ class Repair {
         cells[*out++] |= kQueuedBit;
       }
     }
+    storeLatest();
     return SetEnd(next_, out);
   }
 

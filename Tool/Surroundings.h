@@ -30,19 +30,37 @@ constexpr bool IsKnown(Pixel cell) { return (cell & kKnownBits) != 0; }
 inline constexpr int kNeighbours = 8;
 
 // The index of each neighbour minus that of the pixel, row by row from the top left.
-constexpr std::array<int32_t, kNeighbours> NeighbourDistances(int32_t width) {
+using Distances = std::array<int32_t, kNeighbours>;
+constexpr Distances NeighbourDistances(int32_t width) {
   return {-width - 1, -width, -width + 1, -1, 1, width - 1, width, width + 1};
 }
 
+// Per channel, the known neighbours' sum div their count.
+#if defined(__SSE2__)
+using Average = __m128i;  // blue, green and red in 16 bits each; the other bits have no meaning
+#else
+using Average = Pixel;  // as a known cell
+#endif
+inline Pixel CellOf(Average average);  // a known cell
+
 struct Surroundings {
-  Pixel average;   // a known cell: per channel, the known neighbours' sum div their count
+  Average average;
   uint32_t fresh;  // bit k is set if neighbour k is fresh
 };
 
+// The neighbour at the distance `latest`, if there is one, is known and has the colour `color`; its
+// word need not be stored yet, so it is not known there. It is mostly the pixel handled last, whose
+// colour arrives earlier by a register than by memory.
 // Requires: all eight neighbours exist, and one is known.
-inline Surroundings LookAround(const Pixel* cell, int32_t width);
+inline Surroundings LookAround(const Pixel* cell, const Distances& distances, int32_t latest,
+                               Average color);
 
 #if defined(__SSE2__)
+
+inline Pixel CellOf(Average average) {
+  const int word = _mm_cvtsi128_si32(_mm_packus_epi16(average, average));
+  return static_cast<Pixel>(word) | kKnownBits;
+}
 
 // Division by a count of 1 to 8: sum * QuotientScale(count) >> 15.
 constexpr uint32_t QuotientScale(uint32_t count) { return (32768 + count - 1) / count; }
@@ -99,36 +117,47 @@ class FourCells {
 // Computes all channels and neighbours at once. The neighbours are loaded one by one: a neighbour
 // was often stored a moment ago, and store forwarding serves a load of that word alone. A wider
 // load would wait until the store has reached the cache.
-inline Surroundings LookAround(const Pixel* cell, int32_t width) {
-  const Pixel* const above = cell - width;
-  const Pixel* const below = cell + width;
+inline Surroundings LookAround(const Pixel* cell, const Distances& distances, int32_t latest,
+                               Average color) {
+  const Pixel* const above = cell + distances[1];
+  const Pixel* const below = cell + distances[6];
   const FourCells first(above[-1], above[0], above[1], cell[-1]);
   const FourCells second(cell[1], below[-1], below[0], below[1]);
+  const __m128i* const four = reinterpret_cast<const __m128i*>(distances.data());
+  const __m128i distance = _mm_set1_epi32(latest);
+  const __m128i isLatest = _mm_packs_epi32(_mm_cmpeq_epi32(distance, _mm_loadu_si128(four)),
+                                           _mm_cmpeq_epi32(distance, _mm_loadu_si128(four + 1)));
   const __m128i unknown = _mm_packs_epi32(first.AreUnknown(), second.AreUnknown());
   const __m128i fresh = _mm_packs_epi32(first.AreFresh(), second.AreFresh());
-  const uint32_t bits = static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(unknown, fresh)));
+  const uint32_t bits = static_cast<uint32_t>(_mm_movemask_epi8(
+      _mm_packs_epi16(_mm_andnot_si128(isLatest, unknown), _mm_andnot_si128(isLatest, fresh))));
 
+  // The word of the latest pixel adds nothing. Its colour is added last: then only this sum and the
+  // division wait for it.
   const __m128i halves = _mm_add_epi16(first.Sums(), second.Sums());
-  const __m128i sums = _mm_add_epi16(halves, _mm_unpackhi_epi64(halves, halves));
+  const __m128i others = _mm_add_epi16(halves, _mm_unpackhi_epi64(halves, halves));
+  const __m128i hasLatest = _mm_set1_epi32(-(_mm_movemask_epi8(isLatest) != 0));
+  const __m128i sums = _mm_add_epi16(others, _mm_and_si128(hasLatest, color));
   // The upper 16 bits of a product with twice the sum are those of sum * scale >> 15. The alpha
   // lanes are computed too, and overwritten.
   const __m128i averages = _mm_mulhi_epu16(
       _mm_add_epi16(sums, sums),
       _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&kQuotientScales[bits & 0xFF])));
-  const int average = _mm_cvtsi128_si32(_mm_packus_epi16(averages, averages));
-  return {static_cast<Pixel>(average) | kKnownBits, bits >> kNeighbours};
+  return {averages, bits >> kNeighbours};
 }
 
 #else
 
 constexpr bool IsFresh(Pixel cell) { return (cell & (kKnownBits | kQueuedBit)) == 0; }
 
-inline Surroundings LookAround(const Pixel* cell, int32_t width) {
+inline Pixel CellOf(Average average) { return average; }
+
+inline Surroundings LookAround(const Pixel* cell, const Distances& distances, int32_t latest,
+                               Average color) {
   Surroundings found = {kKnownBits, 0};
   uint32_t count = 0, red = 0, green = 0, blue = 0;
-  const std::array<int32_t, kNeighbours> distances = NeighbourDistances(width);
   for (int k = 0; k < kNeighbours; ++k) {
-    const Pixel neighbour = cell[distances[k]];
+    const Pixel neighbour = distances[k] == latest ? color : cell[distances[k]];
     if (IsFresh(neighbour)) found.fresh |= uint32_t{1} << k;
     if (!IsKnown(neighbour)) continue;
     ++count;
