@@ -15,37 +15,35 @@ void LongestMatchFinder::Reset(int32_t bytesRead) {
 }
 
 void LongestMatchFinder::Link(const DeflateWindow& window, int32_t end) {
+  end_ = end;
+  candidates_ = 0;
   LinkPlaces(window.Bytes(), base_, base_ + static_cast<uint32_t>(end), fours_, threes_);
-  LinkDense(window, end);
+  if (denseFills_ > 0 && --denseFills_ > 0) LinkDense(window);
 }
 
-// Linking the dense chains takes longer than all other work for most data, and saves most of the
-// time for noise of few colours, where the same four bytes stand everywhere. It costs about as many
-// instructions a byte as kMinDenseCandidates candidates. So the chains are linked for some fills
-// after the searches of one fill have visited more candidates than that, and then must prove
-// necessary again. In noise of two byte values a fill without them takes five times as long as one
-// with them; kDenseFills keeps such fills below a quarter of the time, and data that has become
-// plain is linked plainly again after half a megabyte.
-void LongestMatchFinder::LinkDense(const DeflateWindow& window, int32_t end) {
-  constexpr int32_t kMinDenseCandidates = 3;  // a byte
-  constexpr int32_t kDenseFills = 16;
-  const bool isDense = candidates_ > kMinDenseCandidates * DeflateWindow::kHistoryBytes;
-  candidates_ = 0;
-  if (denseFills_ > 0) {
-    --denseFills_;
-  } else if (isDense) {
-    if (dense_ == nullptr) dense_.reset(new (std::nothrow) DenseChains);
-    if (dense_ == nullptr) return;
-    denseFills_ = kDenseFills;
-    dense_->eights.Reset(hashBits_, base_);
-    dense_->sixteens.Reset(hashBits_, base_);
-    dense_->thirtyTwos.Reset(hashBits_, base_);
-  }
-  if (denseFills_ == 0) return;
-  const uint32_t endPlace = base_ + static_cast<uint32_t>(end);
+void LongestMatchFinder::LinkDense(const DeflateWindow& window) {
+  const uint32_t endPlace = base_ + static_cast<uint32_t>(end_);
   LinkPlaces(window.Bytes(), base_, endPlace, dense_->eights);
   LinkPlaces(window.Bytes(), base_, endPlace, dense_->sixteens);
   LinkPlaces(window.Bytes(), base_, endPlace, dense_->thirtyTwos);
+}
+
+// Linking the dense chains takes longer than all other work for most data, and saves most of the
+// time for noise of few colours, where the same four bytes stand everywhere. It costs some 90
+// instructions a byte, as many as four candidates. So it begins when the searches of one fill have
+// visited almost as many, and goes on for some fills. Then the chains must prove necessary again,
+// which costs such data at most a tenth of its time, and data that has become plain is linked
+// plainly again after half a megabyte.
+void LongestMatchFinder::TurnDense(const DeflateWindow& window) {
+  constexpr int32_t kDenseFills = 16;
+  candidates_ = 0;
+  if (dense_ == nullptr) dense_.reset(new (std::nothrow) DenseChains);
+  if (dense_ == nullptr) return;
+  denseFills_ = kDenseFills;
+  dense_->eights.Reset(hashBits_, base_);
+  dense_->sixteens.Reset(hashBits_, base_);
+  dense_->thirtyTwos.Reset(hashBits_, base_);
+  LinkDense(window);
 }
 
 bool LongestMatchFinder::FindMatch(const DeflateWindow& window, int32_t maxDistance,
@@ -70,6 +68,7 @@ bool LongestMatchFinder::FindMatch(const DeflateWindow& window, int32_t maxDista
     if (MatchWalk::SkipsFurther(query)) {
       return WalkPlainly(query, threes_.Next(place, 0), place, pendingLength, match);
     }
+    if (denseFills_ == 0 && candidates_ > kMaxPlainCandidates) TurnDense(window);
     Search search = {query, place, std::max(pendingLength, kMinMatchLength), maxLength};
     if ((denseFills_ > 0 && FindDense(search)) || FindLong(fours_, search)) {
       match = search.match;

@@ -15,8 +15,8 @@
 // Where the order of the plain walk decides the result (MatchWalk::SkipsFurther), it makes that
 // walk. Docs/MatchSearch.md works out an example.
 //
-// Data is dense when the searches of one fill of the window visit many candidates a byte. Then
-// chains of longer keys are linked too, for a while.
+// Data is dense when the searches since the last fill of the window have visited many candidates.
+// Then chains of longer keys are linked too, for a while.
 class LongestMatchFinder {
  public:
   static constexpr int32_t kLongMatch = 4;  // matches from this length on are found by FindLong
@@ -48,6 +48,9 @@ class LongestMatchFinder {
  private:
   static constexpr int32_t kMinHashBits = 8;
 
+  // Data with more candidates in one fill, three a byte, is dense.
+  static constexpr int32_t kMaxPlainCandidates = 3 * DeflateWindow::kHistoryBytes;
+
   struct DenseChains {
     HashChain<8> eights;
     HashChain<16> sixteens;
@@ -67,7 +70,8 @@ class LongestMatchFinder {
     uint32_t KeyPlace() const { return place + static_cast<uint32_t>(offset); }
   };
 
-  void LinkDense(const DeflateWindow& window, int32_t end);
+  void LinkDense(const DeflateWindow& window);
+  void TurnDense(const DeflateWindow& window);
   int32_t NearestOfFour(const MatchQuery& query, uint32_t place) const;
   bool FindDense(Search& search);
   bool WalkPlainly(const MatchQuery& query, int32_t nearest, uint32_t place, int32_t pendingLength,
@@ -85,6 +89,7 @@ class LongestMatchFinder {
 
   uint32_t base_ = 0;  // place of the window's first byte
   int32_t hashBits_ = 0;
+  int32_t end_ = 0;         // of the data in the window
   int32_t candidates_ = 0;  // visited since the last fill
   int32_t denseFills_ = 0;  // fills for which the dense chains are still linked
   HashChain<3> threes_;
