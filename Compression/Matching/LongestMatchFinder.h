@@ -54,7 +54,7 @@ class LongestMatchFinder {
   struct DenseChains {
     HashChain<8> eights;
     HashChain<16> sixteens;
-    HashChain<32> thirtyTwos;
+    HashChain<48> fortyEights;
   };
 
   // A search for a match of more than `best` and at most `maxLength` bytes.
