@@ -210,7 +210,19 @@ void HuffmanDecodeTable::UseFixed(const std::array<DecodeEntry, kEntries>& entri
   std::copy(entries.begin(), entries.end(), entries_.begin());
 }
 
+// The levels are built only where they matter, since that takes longer than the decoding of an
+// icon: when the buffered bits hold no whole code. If they hold one, no other code fits, whatever
+// follows, and the levels would take the same bits of it one after the other.
 DecodeEntry HuffmanDecodeTable::ReadCarefully(BitReader& reader) {
+  BitCursor ahead = reader.Cursor();
+  while (ahead.bitCount < kMaxCodeLength && ahead.next != ahead.end) ahead.AddByte();
+  const DecodeEntry entry = Entries().Find(ahead.bits);
+  const int32_t codeBits = static_cast<int32_t>(entry.CodeBits());
+  uint32_t code = 0;
+  if (!entry.IsSpecial(DecodeEntry::kUnassigned) && codeBits <= ahead.bitCount &&
+      reader.ReadBits(codeBits, code)) {
+    return entry;
+  }
   if (!hasLevels_ && !levels_.Build(lengths_.data(), symbolCount_)) {
     return DecodeEntry::Special(DecodeEntry::kNoMemory);
   }

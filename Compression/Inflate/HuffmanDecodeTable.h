@@ -56,7 +56,7 @@ class HuffmanDecodeTable {
   // The length of the shortest code, in bits: what ReadCarefully reads at least.
   int32_t MinLength() const { return minLength_; }
 
-  // Reads one symbol through the levels, which ask for no bit that the symbol does not need.
+  // Reads one symbol, asking for no bit that it does not need: as the levels would do it.
   // Consumes the code's bits but no extra bits. Special entries: kInputEnd when the input ended
   // first, kNoMemory when the levels could not be built.
   DecodeEntry ReadCarefully(BitReader& reader);
