@@ -127,6 +127,10 @@ class BitReader {
     return sourceEnded_ && cursor_.bitCount + 8 * cursor_.BytesLeft() < count;
   }
 
+  // False after a short read of a stream that has not ended: then the count of the calls of the
+  // stream that a read makes may decide what is held later.
+  bool ReadsPlenty() const { return sourceEnded_ || cursor_.end - buffer_ >= kPlainBytes; }
+
  private:
   static constexpr int32_t kBufferSize = 8192;
   static constexpr int32_t kTopUpBelow = 8;  // bytes

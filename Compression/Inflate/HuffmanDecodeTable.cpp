@@ -220,7 +220,7 @@ DecodeEntry HuffmanDecodeTable::ReadCarefully(BitReader& reader) {
   const int32_t codeBits = static_cast<int32_t>(entry.CodeBits());
   uint32_t code = 0;
   if (!entry.IsSpecial(DecodeEntry::kUnassigned) && codeBits <= ahead.bitCount &&
-      reader.ReadBits(codeBits, code)) {
+      reader.ReadsPlenty() && reader.ReadBits(codeBits, code)) {
     return entry;
   }
   if (!hasLevels_ && !levels_.Build(lengths_.data(), symbolCount_)) {
