@@ -96,7 +96,7 @@ struct Block {
       const int far = BitAssembler::Range(kDistanceRanges, token.distance);
       int gain = token.distance > 0 && token.length == 3 ? literals[kFirstLengthSymbol] : -65536;
       if (gain > 0) gain += distances[far] + kDistanceRanges[far].extraBits;
-      for (int i = 0; i < 3; ++i) gain -= literals[at[i]] > 0 ? literals[at[i]] : 65536;
+      for (int i = 0; gain > 0 && i < 3; ++i) gain -= literals[at[i]] > 0 ? literals[at[i]] : 65536;
       converted.insert(converted.end(), gain > 0 ? 3 : 1, gain > 0 ? Token{1, 0} : token);
     });
     std::swap(tokens, converted);
