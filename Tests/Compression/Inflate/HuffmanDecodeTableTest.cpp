@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "Core/MemoryStream.h"
+#include "Tests/Support/Deflated.h"
 #include "Tests/Support/PlainInflate.h"
 
 namespace {
@@ -53,6 +53,44 @@ TEST(HuffmanDecodeTable, KnowsEveryPattern) {
     }
   }
   EXPECT_GT(refused, 3);
+}
+
+// Where the input ends, or comes in pieces: the levels ask for no bit that a symbol does not need,
+// and the look-up in the table must not be told from them.
+TEST(HuffmanDecodeTable, ReadsCarefullyAsTheLevelsDo) {
+  std::mt19937 random(2);
+  HuffmanDecodeTable table;
+  HuffmanLevels levels;
+  for (int round = 0; round < 20000; ++round) {
+    if (round % 100 == 0) {
+      const Bytes lengths = RandomLengths(random, 1 + random() % 9);
+      if (!levels.Build(lengths.data(), kLiteralLengthSymbols)) continue;
+      ASSERT_TRUE(table.Build(lengths.data(), kLiteralLengthSymbols, kLiteralLengthMeanings));
+    }
+    Bytes bytes(random() % 80);
+    for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
+    const std::size_t piece = 1 + random() % 24;
+    PieceStream fast(bytes, piece), slow(bytes, piece);
+    BitReader reader(&fast), other(&slow);
+    for (int reads = 0; reads < 40; ++reads) {
+      for (BitReader* each : {&reader, &other}) {  // what the loops on a cursor leave
+        BitCursor cursor = each->Cursor();
+        if (reads % 3 == 0 && cursor.BytesLeft() >= 6) cursor.Consume(48);
+        each->SetCursor(cursor);
+      }
+      const DecodeEntry entry = table.ReadCarefully(reader);
+      const int symbol = levels.ReadSymbol(other);
+      ASSERT_EQ(entry.IsSpecial(DecodeEntry::kInputEnd), symbol < 0) << round;
+      const DecodeEntry meaning = kLiteralLengthMeanings[std::max(symbol, 0)];
+      ASSERT_TRUE(symbol < 0 ||
+                  (entry.Value() == meaning.Value() && entry.ExtraBits() == meaning.ExtraBits()))
+          << round << ' ' << symbol;
+      uint32_t extra = 0, otherExtra = 0;
+      const int count = random() % 14;
+      ASSERT_EQ(reader.ReadBits(count, extra), other.ReadBits(count, otherExtra)) << round;
+      ASSERT_EQ(extra, otherExtra) << round;
+    }
+  }
 }
 
 }  // namespace
