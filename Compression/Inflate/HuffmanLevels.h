@@ -2,8 +2,8 @@
 // asks for more bits than its code has. The tables of a level take the bits between one code length
 // in use and the next one in use.
 //
-// Deliberate: such a pattern decodes as symbol 0, as in HuffmanDecodeTable, and consumes the bits
-// that were read on the way.
+// Deliberate: a pattern without a code decodes as symbol 0, as in HuffmanDecodeTable, and consumes
+// the bits that were read on the way.
 #pragma once
 
 #include <cstdint>
