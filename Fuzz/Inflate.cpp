@@ -1,6 +1,7 @@
 // The ways to decompress a stream agree with the plain slow inflater on its bytes and its validity.
 //
 //   input: container, limit, stream
+#include "Compression/Checksums/Adler32.h"
 #include "Fuzz/Check.h"
 #include "Tests/Support/Deflated.h"
 #include "Tests/Support/PlainInflate.h"
@@ -40,6 +41,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     Check(plain.IsAtEnd() || whole.isGood == plain.isGood);
     Check(BeginsLike(whole.output, plain.output));
   }
+  // Most inputs are bad, and the endless ones are slow: a sample of them is enough.
+  if (!whole.isGood && Adler32(data, size, kAdler32Initial) % 64 != 0) return 0;
   const int64_t limit = std::max(std::ssize(whole.output) + step - 128, int64_t{0});
   const Inflated limited = Inflate(stream, format, limit);
   Check(limited.isGood == (whole.isGood && limit >= std::ssize(whole.output)));
