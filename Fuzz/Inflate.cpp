@@ -37,9 +37,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const Bytes stream(input.next, input.end);
   const Inflated whole = Inflate(stream, format);
   if (format == kRawDeflate) {
+    // Close to the end of the input the tree of levels reads patterns without a code otherwise.
     const Plain::Inflater plain(stream);
-    Check(plain.IsAtEnd() || whole.isGood == plain.isGood);
-    Check(BeginsLike(whole.output, plain.output));
+    Check(plain.IsAtEnd() ||
+          (whole.isGood == plain.isGood && BeginsLike(whole.output, plain.output)));
   }
   // Most inputs are bad, and the endless ones are slow: a sample of them is enough.
   if (!whole.isGood && Adler32(data, size, kAdler32Initial) % 64 != 0) return 0;
