@@ -74,15 +74,18 @@ TEST(Inflater, DecodesASymbolOf48Bits) {
 Bytes SomeStream(std::mt19937& random) {
   const bool isLong = random() % 8 == 0;
   if (random() % 2 == 0) return Deflated(MakeData(random(), random() % (isLong ? 90000 : 2000)));
-  int size = static_cast<int>(random() % 2000);
+  int size = 1 + static_cast<int>(random() % 2000);
   BitAssembler bits;
   bits.Stored(MakeData(random(), size), false).Block(kFixedBlock);
   for (int token = random() % (isLong ? 1500 : 50); token > 0; --token) {
-    const int left = 32768 - ++size % 32768;
+    const bool hasLiteral = random() % 4 == 0;  // elsewhere a match may be the first of a step
+    if (hasLiteral) bits.Fixed(random() % 256);
+    size += hasLiteral;
+    const int left = 32768 - size % 32768;
     const int length = left > 2 && left <= 258 ? left : 258 - random() % 256 * (token % 5 > 0);
     const int wanted[] = {32768 - token % 3, size % 32768 + length + token % 5 - 2, 1 + token % 70};
     const int reach = std::min(wanted[token % 3], 32768);
-    bits.Fixed(random() % 256).FixedMatch(length, std::min(reach, size + int(random() % 64 / 63)));
+    bits.FixedMatch(length, std::min(reach, size + int(random() % 64 / 63)));
     size += length;
   }
   return bits.Fixed(kEndOfBlock);
